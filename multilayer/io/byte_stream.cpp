@@ -1,0 +1,62 @@
+// Bytes to and from files and memory.
+#include "multilayer/io/byte_stream.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace multilayer {
+namespace {
+
+constexpr uint64_t kFreeAllowance = uint64_t{16} << 20;
+
+uint64_t AllowanceFor(uint64_t length) {
+  constexpr uint64_t kMax = std::numeric_limits<uint64_t>::max();
+  return length > (kMax - kFreeAllowance) / 4 ? kMax : 4 * length + kFreeAllowance;
+}
+
+}  // namespace
+
+void ByteWriter::Bytes(const void* data, uint64_t size) {
+  if (file_ != nullptr) {
+    std::fwrite(data, 1, size, file_);
+  } else if (memory_ != nullptr && size > 0) {
+    std::memcpy(memory_ + size_, data, size);
+  }
+  size_ += size;
+}
+
+ByteReader::ByteReader(const uint8_t* memory, uint64_t size)
+    : memory_(memory), remaining_(size), allowance_(AllowanceFor(size)) {}
+
+ByteReader::ByteReader(std::FILE* file, uint64_t size)
+    : file_(file), remaining_(size), allowance_(AllowanceFor(size)) {}
+
+void ByteReader::Bytes(void* data, uint64_t size, uint64_t unit) {
+  uint64_t available = std::min(size, remaining_) / unit * unit;
+  if (available > 0) {
+    if (file_ != nullptr) {
+      available = std::fread(data, 1, available, file_) / unit * unit;
+    } else {
+      std::memcpy(data, memory_, available);
+      memory_ += available;
+    }
+  }
+  remaining_ -= available;
+  if (available < size) {
+    std::memset(static_cast<uint8_t*>(data) + available, 0, size - available);
+    ended_early_ = true;
+    remaining_ = 0;
+  }
+}
+
+bool ByteReader::Claim(uint64_t size) {
+  if (size > allowance_) {
+    Refuse();
+    return false;
+  }
+  allowance_ -= size;
+  return true;
+}
+
+}  // namespace multilayer

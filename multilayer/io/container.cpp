@@ -1,0 +1,136 @@
+// Matrix records and file names.
+#include "multilayer/io/container.h"
+
+#include <algorithm>
+
+#include <opencv2/core.hpp>
+
+namespace multilayer {
+namespace {
+
+struct MatHeader {
+  int32_t rows = 0;
+  int32_t cols = 0;
+  int32_t type = 0;
+  int32_t channels = 0;
+};
+static_assert(sizeof(MatHeader) == 16);
+
+// Bytes of one value of an OpenCV depth; 0 for a depth that does not exist (negative types have a
+// negative remainder).
+uint64_t ValueSize(int32_t depth) {
+  constexpr uint64_t kSizes[] = {1, 1, 2, 2, 4, 4, 8, 2};
+  return depth < 0 ? 0 : kSizes[depth];
+}
+
+void WritePlane(ByteWriter& writer, const cv::Mat& plane) {
+  const uint64_t row_size = static_cast<uint64_t>(plane.cols) * plane.elemSize();
+  if (plane.isContinuous()) {
+    writer.Bytes(plane.data, row_size * static_cast<uint64_t>(plane.rows));
+    return;
+  }
+  for (int row = 0; row < plane.rows; ++row) {
+    writer.Bytes(plane.ptr(row), row_size);
+  }
+}
+
+// Calls `visit` with headers of one row on all elements of `mat`, in order, a bounded number at a
+// time: the memory for splitting or merging channels stays constant, and a tall matrix costs no
+// more than a wide one.
+template <class Visit>
+void ForEachSpan(const cv::Mat& mat, const Visit& visit) {
+  constexpr size_t kSpan = size_t{1} << 16;
+  const size_t rows = mat.isContinuous() ? 1 : static_cast<size_t>(mat.rows);
+  const size_t row_count = mat.total() / rows;
+  for (size_t row = 0; row < rows; ++row) {
+    uint8_t* first = mat.data + row * mat.step[0];
+    for (size_t begin = 0; begin < row_count; begin += kSpan) {
+      const int count = static_cast<int>(std::min(kSpan, row_count - begin));
+      visit(cv::Mat(1, count, mat.type(), first + begin * mat.elemSize()));
+    }
+  }
+}
+
+void WriteChannel(ByteWriter& writer, const cv::Mat& mat, int channel) {
+  ForEachSpan(mat, [&](const cv::Mat& span) {
+    cv::Mat values(1, span.cols, span.depth());
+    if (!writer.counts_only()) {
+      cv::extractChannel(span, values, channel);
+    }
+    WritePlane(writer, values);
+  });
+}
+
+void ReadChannel(ByteReader& reader, const cv::Mat& mat, int channel) {
+  ForEachSpan(mat, [&](cv::Mat span) {
+    cv::Mat values(1, span.cols, span.depth());
+    reader.Bytes(values.data, values.total() * values.elemSize(), values.elemSize());
+    cv::insertChannel(values, span, channel);
+  });
+}
+
+}  // namespace
+
+int32_t HasExtension(const std::string& fullname, const std::string& extension) {
+  constexpr int32_t kMismatch = 8;
+  const bool ends_with =
+      fullname.size() > extension.size() &&
+      fullname.compare(fullname.size() - extension.size(), std::string::npos, extension) == 0;
+  return ends_with ? 0 : kMismatch;
+}
+
+void WriteMat(ByteWriter& writer, const cv::Mat& mat) {
+  if (mat.empty()) {
+    writer.Put(MatHeader{});
+    return;
+  }
+  CV_DbgAssert(mat.dims == 2);
+  writer.Put(MatHeader{mat.rows, mat.cols, mat.type(), mat.channels()});
+  // The element count is a 32-bit product by definition of the format.
+  if (static_cast<int32_t>(static_cast<uint32_t>(mat.rows) * static_cast<uint32_t>(mat.cols)) < 1) {
+    return;
+  }
+  if (mat.channels() == 1) {
+    WritePlane(writer, mat);
+    return;
+  }
+  for (int channel = 0; channel < mat.channels(); ++channel) {
+    WriteChannel(writer, mat, channel);
+  }
+}
+
+void ReadMat(ByteReader& reader, cv::Mat& mat) {
+  mat.release();
+  MatHeader header;
+  reader.Get(header.rows);
+  reader.Get(header.cols);
+  reader.Get(header.type);
+  const bool complete = reader.Get(header.channels);
+  if (header.rows < 1 || header.cols < 1 || !complete) {
+    return;
+  }
+  const int32_t depth = header.type % 8;
+  const uint64_t value_size = ValueSize(depth);
+  if (value_size == 0 || header.channels < 1 || header.channels > CV_CN_MAX) {
+    reader.Refuse();
+    return;
+  }
+  // Below 2^62: rows and columns are below 2^31 each. The product with the element size may not
+  // fit, so a count that alone exceeds what may be claimed is refused first.
+  const uint64_t count = static_cast<uint64_t>(header.rows) * static_cast<uint64_t>(header.cols);
+  const uint64_t element_size = value_size * static_cast<uint64_t>(header.channels);
+  constexpr uint64_t kLargest = uint64_t{1} << 48;
+  if (!reader.Claim(count < kLargest ? count * element_size : UINT64_MAX)) {
+    return;
+  }
+  mat.create(header.rows, header.cols, CV_MAKETYPE(depth, header.channels));
+  if (header.channels == 1) {
+    reader.Bytes(mat.data, count * value_size, value_size);
+    return;
+  }
+  for (int channel = 0; channel < header.channels; ++channel) {
+    ReadChannel(reader, mat, channel);
+  }
+}
+
+}  // namespace multilayer

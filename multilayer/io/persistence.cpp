@@ -1,0 +1,145 @@
+// The mark, the version and the checks around a body.
+#include "multilayer/io/persistence.h"
+
+#include <memory>
+
+#include <sys/stat.h>
+
+#include "multilayer/io/container.h"
+#include "multilayer/io/fail.h"
+
+namespace multilayer {
+namespace {
+
+constexpr uint8_t kByteOrderMark = 'L';
+constexpr int32_t kVersion = 1;
+constexpr std::size_t kBlock = std::size_t{1} << 20;  // bytes a read or write call moves
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+File OpenForWriting(const std::string& fullname) {
+  File file(std::fopen(fullname.c_str(), "wb"));
+  if (file != nullptr) {
+    std::setvbuf(file.get(), nullptr, _IOFBF, kBlock);
+  }
+  return file;
+}
+
+// Only regular files have a length to hold their contents against; a folder, a pipe or a device is
+// not opened.
+File OpenForReading(const std::string& fullname, uint64_t& length) {
+  struct stat status = {};
+  if (stat(fullname.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    return nullptr;
+  }
+  File file(std::fopen(fullname.c_str(), "rb"));
+  if (file != nullptr) {
+    length = static_cast<uint64_t>(status.st_size);
+    std::setvbuf(file.get(), nullptr, _IOFBF, kBlock);
+  }
+  return file;
+}
+
+void WriteStream(ByteWriter& writer, const WriteBody& write) {
+  writer.Put(kByteOrderMark);
+  writer.Put(kVersion);
+  write(writer);
+}
+
+bool ReadMark(ByteReader& reader) {
+  uint8_t mark = 0;
+  return reader.Get(mark) && mark == kByteOrderMark;
+}
+
+// From the version on; `operation` names the caller in the messages.
+int32_t ReadStream(const FileFormat& format, const char* operation, ByteReader& reader,
+                   const ReadBody& read) {
+  int32_t version = -1;
+  if (!reader.Get(version) || version != kVersion) {
+    return Fail(3, "%s::%s -- Error version in file.", format.class_name, operation);
+  }
+  const char* reason = read(reader);
+  if (reader.refused()) {
+    reason = "a count or a matrix header that no valid file can carry";
+  }
+  if (reason != nullptr) {
+    return Fail(9, "%s::%s -- Error data in file: %s.", format.class_name, operation, reason);
+  }
+  if (reader.ended_early()) {
+    return Fail(0, "%s::%s -- Data ends early, missing values are 0.", format.class_name,
+                operation);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int32_t SaveFile(const FileFormat& format, const std::string& fullname, const WriteBody& write) {
+  if (const int32_t status = HasExtension(fullname, format.extension); status != 0) {
+    return Fail(status, "%s::Save--Error :: ext filename mismatch.", format.class_name);
+  }
+  const File file = OpenForWriting(fullname);
+  if (file == nullptr) {
+    return Fail(4, "%s::Save -- Failed to Open file. fullname = %s", format.class_name,
+                fullname.c_str());
+  }
+  ByteWriter writer(file.get());
+  WriteStream(writer, write);
+  return 0;
+}
+
+int32_t LoadFile(const FileFormat& format, const std::string& fullname, const ReadBody& read) {
+  if (const int32_t status = HasExtension(fullname, format.extension); status != 0) {
+    return Fail(status, "%s::Load--Error :: ext filename mismatch.", format.class_name);
+  }
+  uint64_t length = 0;
+  const File file = OpenForReading(fullname, length);
+  if (file == nullptr) {
+    return Fail(2, "%s::Load -- Failed to Open file. fullname = %s", format.class_name,
+                fullname.c_str());
+  }
+  ByteReader reader(file.get(), length);
+  if (!ReadMark(reader)) {
+    return format.load_reports_bad_mark
+               ? Fail(10, "%s::Load -- Error file endianness.", format.class_name)
+               : 0;
+  }
+  return ReadStream(format, "Load", reader, read);
+}
+
+int32_t WriteBuffer(uint8_t* buffer, uint64_t* size, const WriteBody& write) {
+  if (buffer == nullptr || size == nullptr) {
+    return 1;
+  }
+  const uint64_t length = CountBytes(write);
+  if (*size < length) {
+    return 13;
+  }
+  ByteWriter writer(buffer);
+  WriteStream(writer, write);
+  *size = length;
+  return 0;
+}
+
+int32_t ReadBuffer(const FileFormat& format, const uint8_t* buffer, uint64_t size,
+                   const ReadBody& read) {
+  if (buffer == nullptr) {
+    return 1;
+  }
+  ByteReader reader(buffer, size);
+  if (!ReadMark(reader)) {
+    return Fail(10, "%s::FromBuffer -- Error file endianness.", format.class_name);
+  }
+  return ReadStream(format, "FromBuffer", reader, read);
+}
+
+uint64_t CountBytes(const WriteBody& write) {
+  ByteWriter counter;
+  WriteStream(counter, write);
+  return counter.size();
+}
+
+}  // namespace multilayer

@@ -1,0 +1,92 @@
+// The measurement record: one measured channel of every LED of one partition, for one displayed
+// primary at one gray layer.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <opencv2/core/mat.hpp>
+
+#include "multilayer/io/metadata.h"
+
+namespace multilayer {
+
+// Tests that LedMeter::Check can be asked for: bits, combined with OR.
+enum LedMeterCheck : uint32_t {
+  CHECK_NOT_NULL = 0x1,              // the record pointer
+  CHECK_CHROMA = 0x2,                // chroma holds elements
+  CHECK_SAME_CHROMA_SIZE = 0x4,      // pairs: chroma of equal rows and columns
+  CHECK_TYPE = 0x10,                 // type is CIE_X, CIE_Y or CIE_Z
+  CHECK_SAME_TYPE = 0x20,            // pairs
+  CHECK_DIFFERENT_TYPE = 0x40,       // pairs
+  CHECK_CIE_Y = 0x80,                // pairs: both types are CIE_Y
+  CHECK_COLOR = 0x100,               // color is blue, green or red
+  CHECK_SAME_COLOR = 0x200,          // pairs
+  CHECK_DIFFERENT_COLOR = 0x400,     // pairs
+  CHECK_STATE = 0x1000,              // state holds elements
+  CHECK_SAME_STATE_SIZE = 0x2000,    // pairs
+  CHECK_POS = 0x4000,                // pos holds elements
+  CHECK_SAME_POS_SIZE = 0x8000,      // pairs
+  CHECK_PART = 0x10000,              // part is present
+  CHECK_LAYER = 0x20000,             // layer is present
+  CHECK_SAME_LAYER_VALUE = 0x40000,  // pairs: layer->value
+  CHECK_SAME_LAYER_NORMS = 0x80000,  // pairs: layer->linear_norms, compared exactly
+};
+
+// Bits of an LED's `state`.
+enum LedState : uint8_t {
+  LED_DEAD = 1,    // unusable in this layer: not corrected, repaired from its neighbours
+  LED_USABLE = 2,  // its measurement may be used by the iterative modes
+};
+
+// A plain record. The caller fills and owns it; the engine reads it through pointers during a
+// computation and changes nothing. Movable, not copyable. One thread at a time.
+struct LedMeter {
+  std::unique_ptr<PartRecord> part;        // null when missing
+  std::unique_ptr<LayerRecord> layer;      // null when missing
+  std::unique_ptr<PanelRecord> panel;      // null when missing
+  std::unique_ptr<CaptureRecord> capture;  // null when missing
+
+  int32_t color = 0;  // one ColorCode
+  int32_t type = 0;   // one TypeCode
+
+  cv::Mat state;   // CV_8UC1, part->h rows x part->w columns: LedState bits
+  cv::Mat pos;     // CV_32FC2, same size: place in the camera image, pixels (x, y); may be empty
+  cv::Mat chroma;  // CV_32FC1, same size: the measured value (cd/m^2 for CIE_Y)
+  cv::Mat added;   // CV_8UC1, pattern interval_y x interval_x: nonzero while that pattern position
+                   // has not been added yet; not stored in files
+
+  // Runs the tests of `mask` (LedMeterCheck bits). Of two records: the single tests of a, of b,
+  // then the pair tests. Of three: the pair (a, b), the pair (a, c), then b and c against each
+  // other for CHECK_DIFFERENT_TYPE and CHECK_DIFFERENT_COLOR. Without CHECK_NOT_NULL the records
+  // must not be null, and tests of a layer need CHECK_LAYER or a layer that is known to be there.
+  // Returns 0, or the status of the first test that fails, after one log line: 1 null record, 12
+  // empty matrix, 9 otherwise. Changes nothing.
+  static int32_t Check(uint32_t mask, const LedMeter* a);
+  static int32_t Check(uint32_t mask, const LedMeter* a, const LedMeter* b);
+  static int32_t Check(uint32_t mask, const LedMeter* a, const LedMeter* b, const LedMeter* c);
+
+  // Writes the record to `fullname`, which must end with ".meter"; an earlier file is replaced. An
+  // empty record is saved as it stands. Returns 0; 8 wrong extension; 4 cannot be opened. A write
+  // that fails later (disk full) is not reported: compare the file's length with GetBufferSize.
+  int32_t Save(const std::string& fullname) const;
+
+  // Reads `fullname`. Matrices, color and type are replaced; metadata that the file holds
+  // overwrites what is there, metadata that it does not hold stays. Returns 0; 8 wrong extension; 2
+  // cannot be opened; 10 no byte-order mark; 3 other version; 9 contents that no valid file can
+  // carry, or no end marker. On failure the record is as it was.
+  int32_t Load(const std::string& fullname);
+
+  // The bytes that Save writes, to `buffer`. `*size`: its capacity in bytes on entry, the bytes
+  // written on return. Returns 0; 1 null argument; 13 capacity too small, nothing written.
+  int32_t ToBuffer(uint8_t* buffer, uint64_t* size) const;
+
+  // Reads `size` bytes, as Load. Returns 0; 1 null buffer; 10, 3, 9 as Load.
+  int32_t FromBuffer(const uint8_t* buffer, uint64_t size);
+
+  // Stores in `*size` the bytes that ToBuffer needs. Returns 0; 1 null argument; 5 chroma empty.
+  int32_t GetBufferSize(uint64_t* size) const;
+};
+
+}  // namespace multilayer

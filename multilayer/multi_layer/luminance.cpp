@@ -1,0 +1,134 @@
+// The luminance computation: mode, targets, and the Norm pass over the partition.
+#include <opencv2/core.hpp>
+
+#include "multilayer/io/fail.h"
+#include "multilayer/multi_layer/multi_layer_coeff.h"
+#include "multilayer/multi_layer/norm_kernel.h"
+#include "pellix/pellix.h"
+
+namespace multilayer {
+namespace {
+
+std::vector<cv::Mat> MakeList(int32_t count, cv::Size size, int type) {
+  std::vector<cv::Mat> list;
+  for (int32_t i = 0; i < count; ++i) {
+    list.emplace_back(size, type);
+  }
+  return list;
+}
+
+// The matrices of one colour.
+struct NormMatrices {
+  const std::vector<LedMeter*>& meters;
+  std::vector<cv::Mat>& coefs;
+  std::vector<cv::Mat>& segments;
+};
+
+// Row `row` of every matrix; row 0 stands for the whole matrix when all are continuous.
+NormRow RowOf(const NormMatrices& matrices, int row) {
+  NormRow pointers;
+  for (const LedMeter* record : matrices.meters) {
+    pointers.chroma.push_back(record->chroma.ptr<float>(row));
+    pointers.state.push_back(record->state.ptr<uint8_t>(row));
+  }
+  for (cv::Mat& coef : matrices.coefs) {
+    pointers.coef.push_back(coef.ptr<float>(row));
+  }
+  for (cv::Mat& segment : matrices.segments) {
+    pointers.segments.push_back(segment.ptr<float>(row));
+  }
+  return pointers;
+}
+
+// Measurements may be regions of larger matrices; what the engine makes is continuous.
+bool AllContinuous(const std::vector<LedMeter*>& meters) {
+  for (const LedMeter* record : meters) {
+    if (!record->chroma.isContinuous() || !record->state.isContinuous()) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void SolveColour(const NormColour& colour, const NormMatrices& matrices, cv::Size size) {
+  NormSolver solver(colour);
+  const bool whole = AllContinuous(matrices.meters);
+  const int rows = whole ? 1 : size.height;
+  const auto count = static_cast<size_t>(whole ? size.area() : size.width);
+  for (int row = 0; row < rows; ++row) {
+    solver.Solve(RowOf(matrices, row), count);
+  }
+}
+
+}  // namespace
+
+NormColour NormColourOf(const MultiLayerCoeff& engine, size_t colour) {
+  NormColour result;
+  result.gray_max = engine.grayMax;
+  for (int l = 0; l < engine.capture_layer_num; ++l) {
+    result.drive.push_back(engine.linear_norms_pos.at<double>(0, l));
+  }
+  const auto full_scale = static_cast<double>(engine.InitY[3 * colour]);
+  for (int k = 0; k < engine.coef_layer_num; ++k) {
+    const double position = engine.pos_hardware.at<int32_t>(0, k);
+    result.position.push_back(position);
+    result.target.push_back(position / result.gray_max * full_scale *
+                            (1 - engine.rgb_lum_dec_ratio[colour]));
+  }
+  return result;
+}
+
+int32_t MultiLayerCoeff::Compute(const Meters* red, const Meters* green, const Meters* blue) {
+  if (pos_hardware.empty()) {
+    return Fail(706, "MultiLayerCoeff::Compute--Error ::  Please SetParam before comput.");
+  }
+  // A loaded file may hold any matrix here.
+  if (pos_hardware.type() != CV_32SC1 || pos_hardware.cols != coef_layer_num) {
+    return Fail(706, "MultiLayerCoeff::Compute--Error ::  positions are not those of SetParam.");
+  }
+  const bool norm = iterate_count == -1;
+  // One layer makes no response curve.
+  if (norm && red != nullptr && green != nullptr && blue != nullptr && red->size() == 1) {
+    return Fail(701, "MultiLayerCoeff::SetInput--Error ::  Input data size not same.");
+  }
+  if (norm) {
+    return ComputeNorm(red, green, blue);
+  }
+  if (const int32_t status = SetInput(red, green, blue); status != 0) {
+    return status;
+  }
+  PellixInfo("MultiLayerCoeff::Compute Iteration");
+  const int32_t status = IterateCompute();
+  KeepInput(nullptr, nullptr, nullptr);
+  return status;
+}
+
+// The lists are set only when they are complete: memory may run out on the way.
+int32_t MultiLayerCoeff::ComputeNorm(const Meters* red, const Meters* green, const Meters* blue) {
+  if (red == nullptr || green == nullptr || blue == nullptr) {
+    return SetInput(red, green, blue);
+  }
+  if (const int32_t status = TakeLayers(red, green, blue); status != 0) {
+    return status;
+  }
+  KeepInput(nullptr, nullptr, nullptr);
+  PellixInfo("MultiLayerCoeff::Compute Norm");
+  const Meters* const meters[] = {red, green, blue};
+  std::vector<cv::Mat>* const coefs[] = {&coef_r, &coef_g, &coef_b};
+  const cv::Size size(part_x_y_w_h.w, part_x_y_w_h.h);
+  for (size_t c = 0; c < 3; ++c) {
+    coefs[c]->clear();
+    response_segments[c].clear();
+  }
+  for (size_t c = 0; c < 3; ++c) {
+    std::vector<cv::Mat> coef = MakeList(coef_layer_num, size, CV_32FC1);
+    std::vector<cv::Mat> segments =
+        MakeList(keep_response_segments ? capture_layer_num : 0, size, CV_32FC2);
+    SolveColour(NormColourOf(*this, c), {*meters[c], coef, segments}, size);
+    *coefs[c] = std::move(coef);
+    response_segments[c] = std::move(segments);
+  }
+  return 0;
+}
+
+}  // namespace multilayer

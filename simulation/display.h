@@ -1,0 +1,40 @@
+// The display controller: gray levels become drives, through the coefficients.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <opencv2/core/mat.hpp>
+
+namespace multilayer::simulation {
+
+// The gamma curve of the demo: `levels` entries from 0 to 2^bits - 1, by the power law `gamma`.
+// CV_32SC1, 3 rows (R, G, B) x levels.
+cv::Mat MakeGammaTable(int32_t levels, int32_t bits, double gamma);
+
+// What a controller holds for one partition and colour.
+struct CoefficientStack {
+  std::vector<int32_t> positions;  // ascending, 0 .. 2^bit_width - 1
+  std::vector<cv::Mat> coefs;      // CV_32FC1, one a position; none = uncorrected
+};
+
+class Controller {
+ public:
+  // `gamma_table` as MakeGammaTable; `bit_width` 16..24.
+  Controller(const cv::Mat& gamma_table, int32_t bit_width);
+
+  // Position of a gray level: the gamma table's output in bit_width units.
+  int32_t Position(int32_t level) const;
+
+  // Drive of every LED (CV_64FC1, h x w, fraction of full scale) for a gray level: coefficient
+  // interpolated linearly between the layer positions (held beyond the outer ones), times the
+  // level's position, rounded to bit_width, clipped to full scale.
+  cv::Mat Show(int32_t level, cv::Size size, const CoefficientStack& stack) const;
+
+ private:
+  cv::Mat gamma_table_;
+  int32_t bit_width_;
+  int32_t shift_;
+};
+
+}  // namespace multilayer::simulation
