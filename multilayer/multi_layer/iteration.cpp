@@ -1,11 +1,117 @@
-// The luminance iteration.
+// The luminance iteration: one captured layer at a time, on a wall that shows the current
+// coefficients.
+#include <algorithm>
+
+#include <opencv2/core.hpp>
+
 #include "multilayer/io/fail.h"
+#include "multilayer/multi_layer/layer_walk.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
+#include "pellix/pellix.h"
 
 namespace multilayer {
+namespace {
+
+// target / measured of one row; an LED that may not be used keeps 1 and is not read.
+void Factors(const LedMeter& meter, double target, int row, std::vector<float>& factors) {
+  const auto* measured = meter.chroma.ptr<float>(row);
+  const auto* state = meter.state.ptr<uint8_t>(row);
+  for (size_t i = 0; i < factors.size(); ++i) {
+    const bool usable = (state[i] & LED_USABLE) != 0;
+    factors[i] = usable ? static_cast<float>(target / static_cast<double>(measured[i])) : 1.0F;
+  }
+}
+
+// Corrects the layers of one colour, row by row, so that each is read and written once.
+void Refine(const LedMeter& meter, double target, bool first, const std::vector<int32_t>& layers,
+            int32_t capture_layers, std::vector<cv::Mat>& coefs) {
+  const auto top = static_cast<size_t>(capture_layers) - 1;
+  std::vector<float> factors(static_cast<size_t>(meter.chroma.cols));
+  for (int row = 0; row < meter.chroma.rows; ++row) {
+    Factors(meter, target, row, factors);
+    for (const int32_t layer : layers) {
+      auto* coef = coefs[static_cast<size_t>(layer)].ptr<float>(row);
+      for (size_t i = 0; i < factors.size(); ++i) {
+        coef[i] = first ? factors[i] : coef[i] * factors[i];
+      }
+    }
+    // Layers above the highest captured one follow it.
+    for (size_t k = top + 1; k < coefs.size(); ++k) {
+      std::copy_n(coefs[top].ptr<float>(row), factors.size(), coefs[k].ptr<float>(row));
+    }
+  }
+}
+
+}  // namespace
 
 int32_t MultiLayerCoeff::IterateCompute() {
-  return Fail(9, "MultiLayerCoeff::IterateCompute--Error ::  iteration is not available yet.");
+  constexpr const char* kName = "MultiLayerCoeff::IterateCompute";
+  PellixInfo(kName);
+  if (input_r == nullptr || input_g == nullptr || input_b == nullptr) {
+    return Fail(9, "%s--Error ::  no measurement.", kName);
+  }
+  if (const int32_t status = CheckStep(kName); status != 0) {
+    return status;
+  }
+  const bool first = iterate_count == 0;
+  if (first) {
+    MakeCoefs(1.0F);
+  } else if (!HoldsLayers(coef_layer_num)) {
+    return Fail(706, "%s--Error ::  coefficients are not those of the partition and parameters.",
+                kName);
+  }
+  // The decrease is applied once: later steps are measured on a wall that shows it.
+  const std::vector<int32_t> layers = LayersOfStep(iterate_layer_order, iterate_count);
+  const LedMeter* const meters[] = {input_r->front(), input_g->front(), input_b->front()};
+  for (size_t c = 0; c < 3; ++c) {
+    const double share = first ? 1 - rgb_lum_dec_ratio[c] : 1.0;
+    const double target = static_cast<double>(InitY[3 * c]) * share;
+    Refine(*meters[c], target, first, layers, capture_layer_num, *ColourLists()[c]);
+  }
+  ++iterate_count;
+  return 0;
+}
+
+// Whether another step of either iteration may be taken. A loaded engine may know other layers than
+// those of its order.
+int32_t MultiLayerCoeff::CheckStep(const char* operation) const {
+  if (iterate_count < 0) {
+    return Fail(9, "%s--Error ::  iterate_count %d is below 0.", operation, iterate_count);
+  }
+  if (capture_layer_num < 1 || capture_layer_num > coef_layer_num ||
+      iterate_layer_order.size() != static_cast<size_t>(capture_layer_num)) {
+    return Fail(9, "%s--Error ::  the layers are not those of the parameters.", operation);
+  }
+  if (iterate_count > capture_layer_num) {
+    return Fail(705, "%s--Error ::  max number iterations has been reached.", operation);
+  }
+  return 0;
+}
+
+// Whether each colour has at least `count` matrices of the partition's size.
+bool MultiLayerCoeff::HoldsLayers(int32_t count) const {
+  const auto fits = [this](const cv::Mat& coef) {
+    return coef.dims == 2 && coef.type() == CV_32FC1 && coef.rows == part_x_y_w_h.h &&
+           coef.cols == part_x_y_w_h.w;
+  };
+  const auto holds = [&](const std::vector<cv::Mat>& list) {
+    return list.size() >= static_cast<size_t>(count) && std::all_of(list.begin(), list.end(), fits);
+  };
+  return holds(coef_r) && holds(coef_g) && holds(coef_b);
+}
+
+// coef_layer_num matrices a colour, each with its own elements.
+void MultiLayerCoeff::MakeCoefs(float value) {
+  for (std::vector<cv::Mat>* list : ColourLists()) {
+    list->assign(static_cast<size_t>(coef_layer_num), cv::Mat());
+    for (cv::Mat& coef : *list) {
+      coef = cv::Mat(part_x_y_w_h.h, part_x_y_w_h.w, CV_32FC1, cv::Scalar(value));
+    }
+  }
+}
+
+std::array<std::vector<cv::Mat>*, 3> MultiLayerCoeff::ColourLists() {
+  return {&coef_r, &coef_g, &coef_b};
 }
 
 }  // namespace multilayer

@@ -17,6 +17,7 @@ namespace multilayer {
 
 class ByteReader;
 class ByteWriter;
+class WhiteCoeff;
 
 // One calibration of one partition. Colours always stand in the order red, green, blue. Every
 // operation that can fail returns a status, 0 for success (multilayer/api/multilayer.h lists them),
@@ -203,6 +204,12 @@ class MultiLayerCoeff {
   void KeepInput(const Meters* red, const Meters* green, const Meters* blue);
 
   int32_t ComputeNorm(const Meters* red, const Meters* green, const Meters* blue);
+
+  int32_t CheckStep(const char* operation) const;
+  bool HoldsLayers(int32_t count) const;
+  void MakeCoefs(float value);
+  std::array<std::vector<cv::Mat>*, 3> ColourLists();
+  int32_t TakeWhiteStep(const ChromaXYZ& white, const PartRecord& part, WhiteCoeff& step) const;
 
   void WriteStream(ByteWriter& writer) const;
   const char* ReadStream(ByteReader& reader);

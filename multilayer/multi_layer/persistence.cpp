@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "multilayer/io/container.h"
 #include "multilayer/io/fail.h"
+#include "multilayer/io/transfer.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
 #include "pellix/pellix.h"
 
@@ -14,17 +14,6 @@ namespace {
 
 // A file without the mark is passed over in silence; a buffer without it is refused.
 constexpr FileFormat kFormat = {"MultiLayerCoeff", ".mlcoefs", /*load_reports_bad_mark=*/false};
-
-template <class Value>
-void Transfer(ByteWriter& writer, const Value& value) {
-  writer.Put(value);
-}
-template <class Value>
-void Transfer(ByteReader& reader, Value& value) {
-  reader.Get(value);
-}
-void Transfer(ByteWriter& writer, const cv::Mat& mat) { WriteMat(writer, mat); }
-void Transfer(ByteReader& reader, cv::Mat& mat) { ReadMat(reader, mat); }
 
 // What a file holds, but for writing the matrices, which stay with the engine.
 struct Stored {

@@ -1,0 +1,148 @@
+// Parameters, checks and the step of white balance.
+#include "multilayer/color/white_coeff.h"
+
+#include <opencv2/core.hpp>
+
+#include "multilayer/color/white_kernel.h"
+#include "multilayer/io/fail.h"
+#include "pellix/pellix.h"
+
+namespace multilayer {
+namespace {
+
+constexpr int32_t kRejected = 9;
+
+bool IsFloatPlane(const cv::Mat& plane, int32_t rows, int32_t cols) {
+  return plane.dims == 2 && plane.type() == CV_32FC1 && plane.rows == rows && plane.cols == cols;
+}
+
+Matrix3 MatrixOf(const cv::Mat& mat) {
+  Matrix3 m;
+  for (int row = 0; row < 3; ++row) {
+    std::copy_n(mat.ptr<float>(row), 3, m[static_cast<size_t>(row)].begin());
+  }
+  return m;
+}
+
+PrimaryRows RowOf(const std::array<ChromaXYZ, 3>& primaries, int row) {
+  PrimaryRows rows;
+  for (size_t c = 0; c < 3; ++c) {
+    rows[0][c] = primaries[c].X.ptr<float>(row);
+    rows[1][c] = primaries[c].Y.ptr<float>(row);
+    rows[2][c] = primaries[c].Z.ptr<float>(row);
+  }
+  return rows;
+}
+
+}  // namespace
+
+int32_t WhiteCoeff::SetRGBXYZ(const float* m) {
+  PellixInfo("WhiteCoeff::SetRGBXYZ");
+  if (m == nullptr) {
+    return kRejected;
+  }
+  rgb2xyz.create(3, 3, CV_32FC1);
+  for (int k = 0; k < 3; ++k) {
+    for (int c = 0; c < 3; ++c) {
+      rgb2xyz.at<float>(k, c) = m[3 * c + k];
+    }
+  }
+  return 0;
+}
+
+int32_t WhiteCoeff::SetRGBXYZ(const ChromaXYZ& r, const ChromaXYZ& g, const ChromaXYZ& b) {
+  PellixInfo("WhiteCoeff::SetRGBXYZ");
+  for (const ChromaXYZ* bundle : {&r, &g, &b}) {
+    if (ChromaXYZ::Check(bundle) != 0 || bundle->X.size() != r.X.size()) {
+      return kRejected;
+    }
+  }
+  rgb_xyz = {r, g, b};
+  return 0;
+}
+
+int32_t WhiteCoeff::SetTargetWhite(const float* xyz) {
+  PellixInfo("WhiteCoeff::SetTargetWhite");
+  if (xyz == nullptr) {
+    return 1;
+  }
+  target_white = xyz;
+  return 0;
+}
+
+int32_t WhiteCoeff::Compute(const ChromaXYZ& w, const PartRecord& p) {
+  PellixInfo("WhiteCoeff::Compute");
+  if (const int32_t status = Bind(w, p); status != 0) {
+    return status;
+  }
+  cv::Mat* const gains[] = {&coef_r, &coef_g, &coef_b};
+  if (coef_r.empty() || coef_g.empty() || coef_b.empty()) {
+    for (cv::Mat* gain : gains) {
+      *gain = cv::Mat(height, width, CV_32FC1, cv::Scalar(1.0));
+    }
+  }
+  TakeDifferences(w);
+  singular_count = 0;
+  const bool fixed = !rgb2xyz.empty();
+  const Inverse3 inverse(fixed ? MatrixOf(rgb2xyz) : Matrix3{});
+  const auto count = static_cast<size_t>(width);
+  for (int row = 0; row < height; ++row) {
+    const WhiteRow leds = {
+        {delta_xyz.X.ptr<float>(row), delta_xyz.Y.ptr<float>(row), delta_xyz.Z.ptr<float>(row)},
+        {coef_r.ptr<float>(row), coef_g.ptr<float>(row), coef_b.ptr<float>(row)}};
+    if (fixed) {
+      AddIncrements(inverse, leds, count);
+    } else {
+      singular_count += AddIncrements(RowOf(rgb_xyz, row), leds, count);
+    }
+  }
+  if (fixed && inverse.singular) {
+    singular_count = width * height;
+  }
+  return 0;
+}
+
+// All checks of Compute. The partition stays bound when a later one fails.
+int32_t WhiteCoeff::Bind(const ChromaXYZ& w, const PartRecord& p) {
+  const bool fixed = !rgb2xyz.empty();
+  if (target_white == nullptr || (!fixed && rgb_xyz[0].empty())) {
+    return Fail(kRejected,
+                "WhiteCoeff::Compute--Error :: no target white or no RGB to XYZ matrix.");
+  }
+  if (ChromaXYZ::Check(&w) != 0) {
+    return kRejected;
+  }
+  if (part.h != -1 && (part.w != p.w || part.h != p.h)) {
+    return Fail(kRejected, "WhiteCoeff::Compute-- partition mismatched");
+  }
+  if (part.h == -1) {
+    part = p;
+  }
+  width = part.w;
+  height = part.h;
+  if (!IsFloatPlane(w.X, height, width)) {
+    return Fail(kRejected, "WhiteCoeff::Compute-- W XYZ data size mismatched");
+  }
+  for (const ChromaXYZ& primary : rgb_xyz) {
+    if (!primary.empty() &&
+        (ChromaXYZ::Check(&primary) != 0 || !IsFloatPlane(primary.X, height, width))) {
+      return Fail(kRejected, "WhiteCoeff::Compute-- W XYZ and rgb_xyz data size mismatched");
+    }
+  }
+  // Restored from a file, they may be anything.
+  for (const cv::Mat* gain : {&coef_r, &coef_g, &coef_b}) {
+    if (!gain->empty() && !IsFloatPlane(*gain, height, width)) {
+      return Fail(kRejected, "WhiteCoeff::Compute-- gains and W XYZ data size mismatched");
+    }
+  }
+  return 0;
+}
+
+void WhiteCoeff::TakeDifferences(const ChromaXYZ& w) {
+  delta_xyz = {};
+  cv::subtract(cv::Scalar(static_cast<double>(target_white[0])), w.X, delta_xyz.X);
+  cv::subtract(cv::Scalar(static_cast<double>(target_white[1])), w.Y, delta_xyz.Y);
+  cv::subtract(cv::Scalar(static_cast<double>(target_white[2])), w.Z, delta_xyz.Z);
+}
+
+}  // namespace multilayer
