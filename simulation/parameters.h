@@ -25,7 +25,7 @@ struct WallParameters {
   // has chips of its own. Chips start anew at every module.
   int32_t driver_channels = 16;  // [trade: the usual chip]
   int32_t scan_lines = 15;       // [choice] 60 rows = 4 groups of 15, near the usual 16
-  double refresh_rate = 3840.0;  // Hz [trade]
+  double refresh_rate = 1920.0;  // Hz [trade]
 
   // Luminance of the wall with one primary of nominal LEDs at full drive, cd/m^2. Shares of D65
   // white for Gaussian spectra of 17, 33 and 24 nm width [computed from V(lambda)], blue rounded up
@@ -48,7 +48,7 @@ struct WallParameters {
 
   // Low gray. A pulse shorter than the minimum turn-on time gives no light: the LED's capacitance
   // has to be charged first [data sheet of a driver]. Divided by the line window, it is a drive:
-  // 0.00115.
+  // 0.00058.
   double turn_on_time = 20e-9;   // s, mean [textbook: 10 to 30 ns]
   double turn_on_spread = 0.08;  // of a channel, relative [textbook: 5 to 10 %]
 
@@ -61,7 +61,7 @@ struct WallParameters {
   // clusters [trade: a norm's limit for video walls].
   double dead_fraction = 1e-4;
 
-  // Time for which one row is lit in a refresh, s: 17.4 us.
+  // Time for which one row is lit in a refresh, s: 34.7 us.
   double LineWindow() const { return 1.0 / (refresh_rate * scan_lines); }
 };
 
