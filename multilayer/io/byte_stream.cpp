@@ -8,7 +8,9 @@
 namespace multilayer {
 namespace {
 
-constexpr uint64_t kFreeAllowance = uint64_t{16} << 20;
+// What may be claimed beyond four times the stream's length: 16 MiB, of which 1 MiB is kept for the
+// reading itself (a span of values, the file's own buffer, a log line).
+constexpr uint64_t kFreeAllowance = uint64_t{15} << 20;
 
 uint64_t AllowanceFor(uint64_t length) {
   constexpr uint64_t kMax = std::numeric_limits<uint64_t>::max();

@@ -123,7 +123,9 @@ void ReadMat(ByteReader& reader, cv::Mat& mat) {
   const uint64_t count = static_cast<uint64_t>(header.rows) * static_cast<uint64_t>(header.cols);
   const uint64_t element_size = value_size * static_cast<uint64_t>(header.channels);
   constexpr uint64_t kLargest = uint64_t{1} << 48;
-  if (!reader.Claim(count < kLargest ? count * element_size : UINT64_MAX)) {
+  // A stream of tiny matrices costs far more bookkeeping than elements.
+  constexpr uint64_t kBookkeeping = sizeof(cv::UMatData);
+  if (!reader.Claim(count < kLargest ? count * element_size + kBookkeeping : UINT64_MAX)) {
     return;
   }
   mat.create(header.rows, header.cols, CV_MAKETYPE(depth, header.channels));
