@@ -1,0 +1,2 @@
+// x
+#include <gtest/gtest.h>
