@@ -8,9 +8,8 @@
 #include <iterator>
 #include <string>
 #include <string_view>
-#include <vector>
-
 #include <unistd.h>
+#include <vector>
 
 #include <gtest/gtest.h>
 

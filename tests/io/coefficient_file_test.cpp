@@ -13,9 +13,11 @@
 namespace multilayer {
 namespace {
 
+using ::testing::ElementsAre;
 using testing::Hex;
 using testing::Image;
 using testing::ImageOf;
+using ::testing::IsEmpty;
 using testing::kCoefficientImage;
 using testing::LogRecorder;
 using testing::ReadFile;
@@ -23,8 +25,6 @@ using testing::SameBits;
 using testing::TempFolder;
 using testing::WithWord;
 using testing::WriteFile;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 cv::Mat Pair(float first, float second) { return (cv::Mat_<float>(1, 2) << first, second); }
 
@@ -89,7 +89,8 @@ TEST(CoefficientFile, TheGoldenBytesReadBackAndTheRestStays) {
 TEST(CoefficientFile, IncompleteEnginesAreStoredAsTheyStand) {
   const std::string no_layers =
       "4C 01000000 FFFFFFFF FFFFFFFF FFFFFFFF FFFFFFFF FFFFFFFF FFFFFFFF"
-      "FFFFFFFF FFFFFFFF FFFFFFFF" + std::string(3 * 16 + 2 * 16, '0');
+      "FFFFFFFF FFFFFFFF FFFFFFFF" +
+      std::string(3 * 16 + 2 * 16, '0');
   MultiLayerCoeff fresh;
   EXPECT_EQ(ImageOf(fresh), Hex(no_layers));
   MultiLayerCoeff read = GoldenEngine();
@@ -113,9 +114,8 @@ TEST(CoefficientFile, EachOperationAsksForItsOwnLists) {
   const struct {
     std::vector<cv::Mat> MultiLayerCoeff::*list;
     int32_t save_status;
-  } cases[] = {{&MultiLayerCoeff::coef_r, 5},
-               {&MultiLayerCoeff::coef_g, 0},
-               {&MultiLayerCoeff::coef_b, 0}};
+  } cases[] = {
+      {&MultiLayerCoeff::coef_r, 5}, {&MultiLayerCoeff::coef_g, 0}, {&MultiLayerCoeff::coef_b, 0}};
   for (const auto& [list, save_status] : cases) {
     MultiLayerCoeff engine = GoldenEngine();
     (engine.*list).clear();
@@ -164,10 +164,10 @@ TEST(CoefficientFile, EachOperationNamesItself) {
   engine.ToBuffer(nullptr, &size);
   engine.FromBuffer(nullptr, size);
   engine.GetBufferSize(&size);
-  EXPECT_THAT(log.TakeInfos(),
-              ElementsAre("MultiLayerCoeff::Save", "MultiLayerCoeff::Load",
-                          "MultiLayerCoeff::ToBuffer", "MultiLayerCoeff::FromBuffer",
-                          "MultiLayerCoeff::GetBufferSize"));
+  EXPECT_THAT(
+      log.TakeInfos(),
+      ElementsAre("MultiLayerCoeff::Save", "MultiLayerCoeff::Load", "MultiLayerCoeff::ToBuffer",
+                  "MultiLayerCoeff::FromBuffer", "MultiLayerCoeff::GetBufferSize"));
 }
 
 TEST(CoefficientFile, NamesThatCannotBeOpened) {
@@ -285,9 +285,8 @@ TEST(CoefficientFile, WhatAShortStreamLacksIsZero) {
       MultiLayerCoeff engine;
       LogRecorder log;
       EXPECT_EQ(*operation == 'L' ? engine.Load(folder / "a.mlcoefs") : Read(engine, image), 0);
-      EXPECT_THAT(log.TakeErrors(),
-                  ElementsAre(std::string("MultiLayerCoeff::") + operation +
-                              " -- Data ends early, missing values are 0."));
+      EXPECT_THAT(log.TakeErrors(), ElementsAre(std::string("MultiLayerCoeff::") + operation +
+                                                " -- Data ends early, missing values are 0."));
       ASSERT_EQ(engine.coef_b.size(), 2U);
       EXPECT_TRUE(SameBits(engine.coef_b[1], last_blue));
       EXPECT_TRUE(SameBits(engine.coef_g[1], last_green));

@@ -20,9 +20,9 @@ TEST(HasExtension, TakesALongerNameWithExactlyThatEnding) {
     const char* fullname;
     int32_t status;
   } cases[] = {
-      {"a.mlcoefs", 0},      {"/dir.x/.mlcoefs", 0}, {"a.meter.mlcoefs", 0}, {".mlcoefs", 8},
-      {"a.MLCOEFS", 8},      {"a.mlcoefS", 8},       {"a.mlcoefs.bak", 8},   {"a.mlcoefs ", 8},
-      {"a_mlcoefs", 8},      {"a.mlcoef", 8},        {"mlcoefs", 8},         {"", 8},
+      {"a.mlcoefs", 0}, {"/dir.x/.mlcoefs", 0}, {"a.meter.mlcoefs", 0}, {".mlcoefs", 8},
+      {"a.MLCOEFS", 8}, {"a.mlcoefS", 8},       {"a.mlcoefs.bak", 8},   {"a.mlcoefs ", 8},
+      {"a_mlcoefs", 8}, {"a.mlcoef", 8},        {"mlcoefs", 8},         {"", 8},
   };
   for (const auto& [fullname, status] : cases) {
     EXPECT_EQ(HasExtension(fullname, ".mlcoefs"), status) << fullname;
@@ -57,16 +57,14 @@ TEST(MatrixRecord, HasTheBytesOfTheTableAndReadsBack) {
     const char* bytes;
   } cases[] = {
       {"empty", {}, "00000000 00000000 00000000 00000000"},
-      {"8U", Counted<uint8_t>(2, 3, CV_8UC1),
-       "02000000 03000000 00000000 01000000  010203 040506"},
+      {"8U", Counted<uint8_t>(2, 3, CV_8UC1), "02000000 03000000 00000000 01000000  010203 040506"},
       {"8S", Counted<int8_t>(1, 1, CV_8SC1), "01000000 01000000 01000000 01000000  01"},
       {"16U", Counted<uint16_t>(2, 1, CV_16UC1), "02000000 01000000 02000000 01000000  0100 0200"},
       {"16S", cv::Mat_<int16_t>(1, 1, int16_t{-2}), "01000000 01000000 03000000 01000000  FEFF"},
       {"32S", cv::Mat_<int32_t>(1, 1, -2), "01000000 01000000 04000000 01000000  FEFFFFFF"},
       {"32F", cv::Mat_<float>(1, 1, -1.5F), "01000000 01000000 05000000 01000000  0000C0BF"},
       {"64F", cv::Mat_<double>(1, 1, 0.5), "01000000 01000000 06000000 01000000  000000000000E03F"},
-      {"16F", Counted<uint16_t>(1, 2, CV_16FC1),
-       "01000000 02000000 07000000 01000000  0100 0200"},
+      {"16F", Counted<uint16_t>(1, 2, CV_16FC1), "01000000 02000000 07000000 01000000  0100 0200"},
       {"two channels", Counted<uint8_t>(1, 3, CV_8UC2),
        "01000000 03000000 08000000 02000000  010305 020406"},
       {"three channels", Counted<uint16_t>(2, 2, CV_16UC3),
@@ -155,11 +153,11 @@ TEST(MatrixRecord, TheTypeGivesTheDepthAlone) {
     const char* header;
     int type;
   } cases[] = {
-      {"01000000 01000000 F8FFFFFF 01000000", CV_8UC1},       // -8: remainder 0
-      {"01000000 01000000 00000080 01000000", CV_8UC1},       // the least number: remainder 0
-      {"01000000 01000000 FD0F0000 01000000", CV_32FC1},      // 512 channels in the type, one in fact
-      {"01000000 01000000 05000000 02000000", CV_32FC2},      // one in the type, two in fact
-      {"01000000 01000000 00000000 00020000", CV_8UC(512)},   // the most channels
+      {"01000000 01000000 F8FFFFFF 01000000", CV_8UC1},   // -8: remainder 0
+      {"01000000 01000000 00000080 01000000", CV_8UC1},   // the least number: remainder 0
+      {"01000000 01000000 FD0F0000 01000000", CV_32FC1},  // 512 channels in the type, one in fact
+      {"01000000 01000000 05000000 02000000", CV_32FC2},  // one in the type, two in fact
+      {"01000000 01000000 00000000 00020000", CV_8UC(512)},  // the most channels
   };
   for (const auto& [header, type] : cases) {
     SCOPED_TRACE(header);

@@ -17,6 +17,7 @@ namespace multilayer {
 namespace {
 
 using testing::AllocationMeter;
+using ::testing::AnyOf;
 using testing::FullMeterImage;
 using testing::Hex;
 using testing::Image;
@@ -26,7 +27,6 @@ using testing::LogRecorder;
 using testing::TempFolder;
 using testing::WithWord;
 using testing::WriteFile;
-using ::testing::AnyOf;
 
 constexpr size_t kFreeAllocation = size_t{16} << 20;
 size_t LimitFor(const Image& image) { return 4 * image.size() + kFreeAllocation; }
@@ -74,13 +74,12 @@ class HostileFile : public ::testing::Test {
  protected:
   // An object is costly to make only when the last read replaced it.
   Outcome FromBuffer(const Image& image) {
-    const Outcome outcome =
-        ReadChecked(object_, before_, image, [&image](Object& object) {
-          // Exactly as long as the image, so that the sanitizer sees a read beyond it.
-          const std::unique_ptr<uint8_t[]> exact(new uint8_t[image.size()]);
-          std::copy(image.begin(), image.end(), exact.get());
-          return object.FromBuffer(exact.get(), image.size());
-        });
+    const Outcome outcome = ReadChecked(object_, before_, image, [&image](Object& object) {
+      // Exactly as long as the image, so that the sanitizer sees a read beyond it.
+      const std::unique_ptr<uint8_t[]> exact(new uint8_t[image.size()]);
+      std::copy(image.begin(), image.end(), exact.get());
+      return object.FromBuffer(exact.get(), image.size());
+    });
     Restore(outcome);
     return outcome;
   }
@@ -88,8 +87,8 @@ class HostileFile : public ::testing::Test {
   Outcome FromFile(const Image& image) {
     const std::string fullname = folder_ / Subject<Object>::kName;
     WriteFile(fullname, image);
-    const Outcome outcome = ReadChecked(
-        object_, before_, image, [&](Object& object) { return object.Load(fullname); });
+    const Outcome outcome =
+        ReadChecked(object_, before_, image, [&](Object& object) { return object.Load(fullname); });
     Restore(outcome);
     return outcome;
   }
@@ -117,8 +116,7 @@ TYPED_TEST(HostileFile, EveryPrefixIsReadWithoutHarm) {
   constexpr bool kMeter = std::is_same_v<TypeParam, LedMeter>;
   for (size_t length = 0; length < this->sound_.size(); ++length) {
     SCOPED_TRACE(length);
-    const Image prefix(this->sound_.begin(),
-                       this->sound_.begin() + static_cast<ptrdiff_t>(length));
+    const Image prefix(this->sound_.begin(), this->sound_.begin() + static_cast<ptrdiff_t>(length));
     const int32_t expected = length < kMark ? 10 : length < kVersionEnd ? 3 : kMeter ? 9 : 0;
     const Outcome from_buffer = this->FromBuffer(prefix);
     EXPECT_EQ(from_buffer.status, expected);
