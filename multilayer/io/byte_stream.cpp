@@ -20,9 +20,12 @@ uint64_t AllowanceFor(uint64_t length) {
 }  // namespace
 
 void ByteWriter::Bytes(const void* data, uint64_t size) {
+  if (size == 0) {
+    return;  // nothing may have no address
+  }
   if (file_ != nullptr) {
     std::fwrite(data, 1, size, file_);
-  } else if (memory_ != nullptr && size > 0) {
+  } else if (memory_ != nullptr) {
     std::memcpy(memory_ + size_, data, size);
   }
   size_ += size;
