@@ -1,4 +1,5 @@
 // Coefficient files and buffers: bytes, statuses and log lines.
+#include <algorithm>
 #include <filesystem>
 
 #include <gmock/gmock.h>
@@ -143,10 +144,13 @@ TEST(CoefficientFile, ABufferOneByteShortIsLeftAlone) {
   EXPECT_EQ(engine.ToBuffer(buffer.data(), &size), 13);
   EXPECT_EQ(size, kGolden.size() - 1);
   EXPECT_EQ(buffer, untouched);
-  size = buffer.size();
-  EXPECT_EQ(engine.ToBuffer(buffer.data(), &size), 0);
-  EXPECT_EQ(size, kGolden.size());
-  EXPECT_EQ(buffer.back(), 0xEE);
+  for (const size_t capacity : {kGolden.size(), kGolden.size() + 1}) {
+    size = capacity;
+    EXPECT_EQ(engine.ToBuffer(buffer.data(), &size), 0);
+    EXPECT_EQ(size, kGolden.size());
+    EXPECT_TRUE(std::equal(kGolden.begin(), kGolden.end(), buffer.begin()));
+    EXPECT_EQ(buffer.back(), 0xEE);
+  }
   EXPECT_EQ(engine.ToBuffer(nullptr, &size), 1);
   EXPECT_EQ(engine.ToBuffer(buffer.data(), nullptr), 1);
   EXPECT_EQ(engine.GetBufferSize(nullptr), 1);

@@ -213,6 +213,9 @@ TEST(MeterFile, BuffersTooShortAndNullArgumentsAreRefusedInSilence) {
   EXPECT_EQ(meter.ToBuffer(buffer.data(), &size), 13);
   EXPECT_EQ(size, buffer.size() - 1);
   EXPECT_EQ(buffer, untouched);
+  size = buffer.size();
+  EXPECT_EQ(meter.ToBuffer(buffer.data(), &size), 0);
+  EXPECT_EQ(buffer, FullMeterImage());
   EXPECT_EQ(meter.ToBuffer(nullptr, &size), 1);
   EXPECT_EQ(meter.ToBuffer(buffer.data(), nullptr), 1);
   EXPECT_EQ(LedMeter().FromBuffer(nullptr, 5), 1);
@@ -221,7 +224,7 @@ TEST(MeterFile, BuffersTooShortAndNullArgumentsAreRefusedInSilence) {
   LedMeter without_chroma = FullMeter();
   without_chroma.chroma.release();
   EXPECT_EQ(without_chroma.GetBufferSize(&size), 5);
-  EXPECT_EQ(size, buffer.size() - 1);
+  EXPECT_EQ(size, buffer.size());
   EXPECT_EQ(without_chroma.Save(folder / "a.meter"), 0);
   EXPECT_EQ(ReadFile(folder / "a.meter"), ImageOf(without_chroma));
   EXPECT_THAT(log.TakeErrors(), IsEmpty());
