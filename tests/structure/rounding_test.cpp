@@ -5,25 +5,36 @@
 
 namespace {
 
-// In functions of their own, so that nothing is known when they are compiled.
-[[gnu::noinline]] float MultiplyAdd(float a, float b, float c) { return a * b + c; }
-[[gnu::noinline]] double MultiplyAdd(double a, double b, double c) { return a * b + c; }
-[[gnu::noinline]] double NegateMultiplyAdd(double a, double b, double c) { return c - a * b; }
+template <class Real>
+[[gnu::noinline]] Real MultiplySubtract(Real a, Real b, Real c) {
+  return a * b - c;
+}
+template <class Real>
+[[gnu::noinline]] Real SubtractProduct(Real a, Real b, Real c) {
+  return c - a * b;
+}
 
-// (1 + e)(1 - e) = 1 - e^2 rounds to 1 when e^2 is below half an ulp; fused, the e^2 survives.
+// (1 + e)(1 - e) = 1 - e^2 rounds to 1 when e^2 is below half an ulp; fused, the e^2 survives. The
+// values are volatile, so that nothing is computed when this is compiled.
+template <class Real>
+void ExpectTwoRoundings(int half_precision) {
+  const Real e = std::ldexp(Real{1}, -half_precision);
+  const volatile Real up = 1 + e;
+  const volatile Real down = 1 - e;
+  const volatile Real one = 1;
+  EXPECT_EQ(MultiplySubtract<Real>(up, down, one), 0);
+  EXPECT_EQ(SubtractProduct<Real>(up, down, one), 0);
+  EXPECT_EQ(std::fma<Real>(up, down, -one), -e * e);
+}
+
 TEST(Rounding, MultiplyAddIsNotFused) {
 #if defined(__x86_64__)
   if (!__builtin_cpu_supports("fma")) {
     GTEST_SKIP() << "this processor has no fused multiply-add";
   }
 #endif
-  const float e = std::ldexp(1.0F, -13);
-  EXPECT_EQ(MultiplyAdd(1 + e, 1 - e, -1.0F), 0.0F);
-  EXPECT_NE(std::fma(1 + e, 1 - e, -1.0F), 0.0F);
-  const double d = std::ldexp(1.0, -27);
-  EXPECT_EQ(MultiplyAdd(1 + d, 1 - d, -1.0), 0.0);
-  EXPECT_EQ(NegateMultiplyAdd(1 + d, 1 - d, 1.0), 0.0);
-  EXPECT_NE(std::fma(1 + d, 1 - d, -1.0), 0.0);
+  ExpectTwoRoundings<float>(13);
+  ExpectTwoRoundings<double>(27);
 }
 
 }  // namespace
