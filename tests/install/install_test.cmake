@@ -68,7 +68,8 @@ build(headers ${CMAKE_CURRENT_LIST_DIR}/headers -DINCLUDE=${prefix}/${INCLUDEDIR
 # What a request for the package gives.
 function(request request present)
   run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR}/components -B ${WORK}/components --fresh
-      -DCMAKE_PREFIX_PATH=${prefix} -DREQUEST=${request} -DPRESENT=${present} ${ARGN})
+      -G ${GENERATOR} -DCMAKE_C_COMPILER=${CC} -DCMAKE_PREFIX_PATH=${prefix}
+      -DREQUEST=${request} -DPRESENT=${present} ${ARGN})
 endfunction()
 request("CONFIG" "pellix multilayer core")
 request("0.1 CONFIG COMPONENTS multilayer" "pellix multilayer" -DCMAKE_DISABLE_FIND_PACKAGE_OpenCV=ON)
