@@ -27,6 +27,7 @@ void SayMuch() { PellixError("<%s>", std::string(200000, 'x').c_str()); }
 
 void SayFromThreads() {
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([t] {
       for (int i = 0; i < 100; ++i) {
