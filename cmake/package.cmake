@@ -43,11 +43,11 @@ multilayer_install_headers(core ${core_headers})
 
 # Libraries lie beside each other; the command finds them from its own place.
 set_target_properties(multilayer PROPERTIES INSTALL_RPATH "$ORIGIN")
-if(TARGET multilayer_tool)
+if(TARGET multilayer_command)
   file(RELATIVE_PATH bin_to_lib
        ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-  set_target_properties(multilayer_tool PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
-  install(TARGETS multilayer_tool
+  set_target_properties(multilayer_command PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
+  install(TARGETS multilayer_command
           RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
 endif()
 

@@ -3,62 +3,41 @@
 set -eu
 cd "$1"
 
-# A folder, and those whose headers its files may include besides their own.
-allowed() {
-  case "$1" in
-    pellix) ;;
-    multilayer/io) echo pellix ;;
-    multilayer/shot) echo "$(allowed multilayer/io)" multilayer/io ;;
-    multilayer/meter) echo "$(allowed multilayer/shot)" multilayer/shot ;;
-    multilayer/color) echo "$(allowed multilayer/meter)" multilayer/meter ;;
-    multilayer/coeff) echo "$(allowed multilayer/color)" multilayer/color ;;
-    multilayer/multi_layer) echo "$(allowed multilayer/coeff)" multilayer/coeff ;;
-    multilayer/api) echo "$(allowed multilayer/multi_layer)" multilayer/multi_layer ;;
-    simulation) echo "$(allowed multilayer/api)" multilayer/api ;;
-    tool | bench | tests) echo "$(allowed simulation)" simulation ;;
-    examples) echo "$(allowed simulation)" ;;
-    *) return 1 ;;
-  esac
-}
-
-# The first folder of a path; within multilayer/, the first two.
-room() {
-  case "$1" in
-    multilayer/*/*) echo "$1" | cut -d / -f 1,2 ;;
-    */*) echo "$1" | cut -d / -f 1 ;;
-    *) echo "$1" ;;
-  esac
-}
-
-violations=0
-includes=$(find pellix multilayer simulation tool bench tests examples \
-             \( -name '*.h' -o -name '*.c' -o -name '*.cpp' \) -type f 2>/dev/null |
-           xargs grep -E -H '^[[:space:]]*#[[:space:]]*include[[:space:]]+"' || true)
-count=$(printf '%s\n' "$includes" | grep -c . || true)
-while IFS=: read -r file line; do
-  [ -n "$file" ] || continue
-  included=$(printf '%s\n' "$line" | sed 's/[^"]*"\([^"]*\)".*/\1/')
-  own=$(room "$file")
-  used=$(room "$included")
-  if ! list=$(allowed "$own"); then
-    echo "$file: its folder has no place in the order" >&2
-    violations=$((violations + 1))
-    continue
-  fi
-  case " $own $list " in
-    *" $used "*) ;;
-    *)
-      echo "$file: must not include \"$included\"" >&2
-      violations=$((violations + 1))
-      ;;
-  esac
-done <<END
-$includes
-END
-
-if [ "$count" -eq 0 ]; then
-  echo "no includes found below $1" >&2
+set --
+for folder in pellix multilayer simulation tool bench tests examples; do
+  [ ! -d "$folder" ] || set -- "$@" "$folder"
+done
+if [ $# -eq 0 ]; then
+  echo "no sources here" >&2
   exit 1
 fi
-echo "$count includes, $violations against the order"
-[ "$violations" -eq 0 ]
+find "$@" \( -name '*.h' -o -name '*.c' -o -name '*.cpp' \) -type f -exec awk '
+BEGIN {
+  # From the ground floor up: a folder may include itself and those before it.
+  floors = split("pellix multilayer/io multilayer/shot multilayer/meter multilayer/color " \
+                 "multilayer/coeff multilayer/multi_layer multilayer/api simulation", house)
+  for (i = 1; i <= floors; ++i) floor_of[house[i]] = i
+  # Guests include the house and themselves, and nobody includes them.
+  guests["tool"] = guests["bench"] = guests["tests"] = floors
+  guests["examples"] = floors - 1  # what is installed
+}
+# The folder that a path belongs to.
+function room(path, parts) {
+  split(path, parts, "/")
+  return parts[1] == "multilayer" ? parts[1] "/" parts[2] : parts[1]
+}
+function complain(text) { print FILENAME ": " text; ++violations }
+/^[ \t]*#[ \t]*include[ \t]*"/ {
+  ++count
+  split($0, quoted, "\"")
+  own = room(FILENAME)
+  used = room(quoted[2])
+  highest = own in guests ? guests[own] : floor_of[own]
+  if (!highest) complain("its folder has no place in the order")
+  else if (used != own && !(used in floor_of && floor_of[used] <= highest))
+    complain("must not include \"" quoted[2] "\"")
+}
+END {
+  print count + 0 " includes, " violations + 0 " against the order"
+  exit count == 0 || violations > 0
+}' {} +
