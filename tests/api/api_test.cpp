@@ -305,7 +305,8 @@ TEST_F(Api, RunningOutOfMemoryIsAStatusAndTheHandleStaysUsable) {
   LumParameters parameters;
   MeterSet set = MakeIdealSet({1, 1}, parameters.Layers(), kFullScale);
   const cv::Mat one_chroma = cv::Mat::ones(1, 1, CV_32FC1);
-  ASSERT_EQ(MultiLayerSetParamLum(handle_, &gamma_, kRatios, kRgbToY, kLayers, 4, -1, 65536, 16),
+  ASSERT_EQ(MultiLayerSetParamLum(handle_, &gamma_, kRatios, kRgbToY, kLayers, 4, -1,
+                                  MultiLayerCoeff::kMaxCoefLayers, 16),
             0);
   // 32768 layers of 512 x 512 floats a colour: 96 GiB.
   for (const auto& meter : set.owned) {
