@@ -16,7 +16,9 @@ constexpr uint32_t kBundleChecks = CHECK_NOT_NULL | CHECK_CHROMA | CHECK_SAME_CH
 
 using Planes = std::array<cv::Mat_<float>, 3>;
 
-bool IsFloatPlane(const cv::Mat& plane) { return plane.type() == CV_32FC1 && plane.dims == 2; }
+bool HasFloatPlane(const LedMeter* meter) {
+  return meter != nullptr && meter->chroma.type() == CV_32FC1 && meter->chroma.dims == 2;
+}
 
 // The planes X, Y, Z of the checked measurements; `class_name` begins the message.
 int32_t TakePlanes(const char* class_name, const LedMeter* meter_x, const LedMeter* meter_y,
@@ -30,8 +32,8 @@ int32_t TakePlanes(const char* class_name, const LedMeter* meter_x, const LedMet
   if (status != 0) {
     return status;
   }
-  if (!IsFloatPlane(meter_x->chroma) || !IsFloatPlane(meter_y->chroma) ||
-      (!without_z && !IsFloatPlane(meter_z->chroma))) {
+  if (!HasFloatPlane(meter_x) || !HasFloatPlane(meter_y) ||
+      (!without_z && !HasFloatPlane(meter_z))) {
     return Fail(9, "%s::Combine--Error :: chroma is not a matrix of 32-bit floats.", class_name);
   }
   // Assigned as cv::Mat, whose assignment shares; the type is known to be that of the planes.

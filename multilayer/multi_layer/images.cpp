@@ -24,9 +24,10 @@ cv::Mat ToImage(const cv::Mat& coef) {
   return image;
 }
 
-// The colour conversion takes three or four channels.
+// The colour conversion takes three or four channels; half floats have no norm.
 bool CanBeImage(const cv::Mat& coef) {
-  return !coef.empty() && (coef.channels() == 1 || coef.channels() == 3 || coef.channels() == 4);
+  return !coef.empty() && coef.depth() != CV_16F &&
+         (coef.channels() == 1 || coef.channels() == 3 || coef.channels() == 4);
 }
 
 constexpr int kLabel = 20;

@@ -128,7 +128,8 @@ int32_t MultiLayerCoeff::TakeLinearNorms(const Meters& red, const Meters& green,
 
 // The computations index every matrix with the rows and columns of the partition.
 int32_t MultiLayerCoeff::CheckShape(const LedMeter& record) const {
-  const auto& [x, y, w, h, screen_w, screen_h] = part_x_y_w_h;
+  const int32_t w = part_x_y_w_h.w;
+  const int32_t h = part_x_y_w_h.h;
   const auto fits = [&](const cv::Mat& matrix, int type) {
     return matrix.dims == 2 && matrix.rows == h && matrix.cols == w && matrix.type() == type;
   };

@@ -63,7 +63,8 @@ int32_t MultiLayerCoeff::InitLayers(const char* operation, const cv::Mat& gamma_
   // bit depth; a table of fewer bits than the coefficients shifts by a negative count, which is
   // taken modulo 32.
   const auto* red = gamma_table.ptr<int32_t>(0);
-  const int32_t depth = static_cast<int32_t>(std::log2(red[gamma_table.cols - 1]) + 0.5);
+  const int32_t depth =
+      static_cast<int32_t>(std::floor(std::log2(red[gamma_table.cols - 1]) + 0.5));
   const int32_t shift = (depth - bit_width) & 31;
 
   cv::Mat positions = cv::Mat::zeros(3, coef_layers, CV_32SC1);

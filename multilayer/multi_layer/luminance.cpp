@@ -10,9 +10,9 @@ namespace multilayer {
 namespace {
 
 std::vector<cv::Mat> MakeList(int32_t count, cv::Size size, int type) {
-  std::vector<cv::Mat> list;
-  for (int32_t i = 0; i < count; ++i) {
-    list.emplace_back(size, type);
+  std::vector<cv::Mat> list(static_cast<size_t>(count));
+  for (cv::Mat& mat : list) {
+    mat.create(size, type);
   }
   return list;
 }
