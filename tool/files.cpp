@@ -56,16 +56,15 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-// Flushes a file, or the names in a folder, to the disk.
-void Sync(const std::string& path, int flags) {
-  const int descriptor = open(path.c_str(), flags | O_RDONLY | O_CLOEXEC);
+// To the disk: a rename that outlives a power cut must not name a file that does not.
+void Sync(const std::string& path) {
+  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) {
     FailAccess(path, "cannot be opened again", errno);
   }
   const int error = fsync(descriptor) == 0 ? 0 : errno;
   close(descriptor);
-  // Some file systems have nothing to flush for a folder, and say so.
-  if (error != 0 && error != EINVAL) {
+  if (error != 0) {
     FailAccess(path, "cannot be written", error);
   }
 }
@@ -132,13 +131,11 @@ void PendingFile::Commit(uint64_t expected_length) {
                                          std::to_string(expected_length) +
                                          " bytes could be written: is the disk full?");
   }
-  Sync(temporary_, 0);
+  Sync(temporary_);
   if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
     FailAccess(target_, "cannot be replaced", errno);
   }
   committed_ = true;
-  const fs::path folder = fs::path(target_).parent_path();
-  Sync(folder.empty() ? "." : folder.string(), O_DIRECTORY);
 }
 
 void InstallSignalHandlers() {

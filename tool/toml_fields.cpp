@@ -15,17 +15,28 @@
 namespace multilayer::tool {
 namespace {
 
-// The value as it stands in the file.
-std::string Shown(const toml::node& node) {
-  std::ostringstream text;
-  node.visit([&text](const auto& value) { text << value; });
-  return text.str();
-}
-
 std::string Number(double value) {
   char text[32];
   const auto end = std::to_chars(text, text + sizeof text, value).ptr;
   return {text, end};
+}
+
+// The value as it stands in the file.
+std::string Shown(const toml::node& node) {
+  if (const toml::value<double>* number = node.as_floating_point(); number != nullptr) {
+    return Number(number->get());
+  }
+  std::ostringstream text;
+  if (const toml::array* list = node.as_array(); list != nullptr) {
+    text << "[";
+    for (const toml::node& element : *list) {
+      text << (&element == &list->front() ? "" : ", ") << Shown(element);
+    }
+    text << "]";
+  } else {
+    node.visit([&text](const auto& value) { text << value; });
+  }
+  return text.str();
 }
 
 std::string Rule(Range range) {
@@ -55,8 +66,12 @@ struct TomlReader::Document {
   }
   [[noreturn]] void Fail(const toml::node* node, const std::string& name, const std::string& value,
                          const std::string& rule) const {
-    throw Failure(Exit::kBrokenFile,
-                  Where(node) + name + (value.empty() ? "" : " is " + value) + ": must " + rule);
+    throw Failure(Exit::kBrokenFile, Where(node) + name + " is " + value + ": must " + rule);
+  }
+  void CheckKnown(const toml::node& node, const std::string& name) const {
+    if (!known.contains(name)) {
+      throw Failure(Exit::kBrokenFile, Where(&node) + name + ": there is no such key");
+    }
   }
 
   const toml::node* Find(const std::string& key) {
@@ -218,16 +233,10 @@ void TomlReader::Field(const std::string& key, std::optional<std::array<double, 
 void TomlReader::Finish() const {
   for (const auto& [section, node] : document_->root) {
     const std::string name(section.str());
-    if (!document_->known.contains(name)) {
-      document_->Fail(&node, name, "", "not be there: no such key is known");
-    }
-    if (!node.is_table()) {
-      continue;
-    }
-    for (const auto& [key, value] : *node.as_table()) {
-      const std::string full = name + "." + std::string(key.str());
-      if (!document_->known.contains(full)) {
-        document_->Fail(&value, full, "", "not be there: no such key is known");
+    document_->CheckKnown(node, name);
+    if (const toml::table* table = node.as_table(); table != nullptr) {
+      for (const auto& [key, value] : *table) {
+        document_->CheckKnown(value, name + "." + std::string(key.str()));
       }
     }
   }
