@@ -10,6 +10,7 @@
 
 #include <opencv2/core.hpp>
 
+#include "simulation/measure.h"
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
@@ -29,18 +30,10 @@ struct CalibrateOptions {
   bool images = false;
 };
 
-std::vector<LedMeter*> Pointers(std::vector<LedMeter>& meters) {
-  std::vector<LedMeter*> pointers;
-  for (LedMeter& meter : meters) {
-    pointers.push_back(&meter);
-  }
-  return pointers;
-}
-
 void Compute(PartitionMeters& meters, const std::string& partition, MultiLayerCoeff& engine) {
-  const std::vector<LedMeter*> red = Pointers(meters[0]);
-  const std::vector<LedMeter*> green = Pointers(meters[1]);
-  const std::vector<LedMeter*> blue = Pointers(meters[2]);
+  const std::vector<LedMeter*> red = simulation::Pointers(meters[0]);
+  const std::vector<LedMeter*> green = simulation::Pointers(meters[1]);
+  const std::vector<LedMeter*> blue = simulation::Pointers(meters[2]);
   if (const int32_t status = engine.Compute(&red, &green, &blue); status != 0) {
     throw Failure(
         Exit::kRefused,

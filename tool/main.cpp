@@ -2,6 +2,7 @@
 // standard error and an exit code.
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <new>
 #include <sstream>
 #include <string>
@@ -73,6 +74,8 @@ int main(int argc, char** argv) {
     return multilayer::tool::Run(argc, argv);
   } catch (const multilayer::tool::Failure& failure) {
     return Report(failure.code(), failure.what());
+  } catch (const std::filesystem::filesystem_error& error) {
+    return Report(Exit::kFileAccess, error.path1().string() + ": " + error.code().message());
   } catch (const std::bad_alloc&) {
     return Report(Exit::kRefused, "not enough memory");
   } catch (const std::exception& error) {

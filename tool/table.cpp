@@ -26,6 +26,7 @@ std::string Table::Text() const {
   };
   add_row(rows_.front());
   std::vector<std::string> rule;
+  rule.reserve(widths.size());
   for (const size_t width : widths) {
     rule.emplace_back(width, '-');
   }
