@@ -130,7 +130,7 @@ LevelReport Inspector::Look(int32_t level, std::array<WallMap, 3>* maps) {
   LevelReport report;
   report.level = level;
   report.captured = std::count(job_.levels.begin(), job_.levels.end(), level) > 0;
-  report.judged = level >= job_.from_level;
+  report.judged = report.captured || level >= job_.from_level;
   report.limit = result_.noise * (report.captured ? job_.captured : job_.between);
   for (size_t colour = 0; colour < kColours.size(); ++colour) {
     PrimaryReport& primary = report.primaries[colour];

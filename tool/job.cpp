@@ -74,11 +74,9 @@ void VisitTarget(Fields& fields, JobType& job) {
                  "correction may be this many times the noise of one photograph:");
   fields.Field("captured", job.captured, {1, 1000}, "at captured levels,");
   fields.Field("between", job.between, {1, 1000}, "at levels between them.");
-  fields.Field(
-      "from_level", job.from_level, {0, 65535},
-      "Levels from this one on are judged, darker ones only reported: at the lowest\n"
-      "captured level the target lies below the measurement, where a response is taken as\n"
-      "a straight line from black, and real LEDs have a turn-on time.");
+  fields.Field("from_level", job.from_level, {0, 65535},
+               "Levels between are judged from this one on, darker ones only reported: below the\n"
+               "lowest captured level its coefficient is held, and real LEDs turn on late.");
 }
 
 template <class Fields, class JobType>

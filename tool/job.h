@@ -20,7 +20,7 @@ struct Job {
   std::filesystem::path file;  // the job file; the paths below are relative to its folder
 
   // [capture]
-  std::vector<int32_t> levels = {32, 64, 128, 192, 255};
+  std::vector<int32_t> levels = {64, 96, 128, 192, 255};
   std::vector<std::string> partitions;
   std::string files = "{partition}_{color}_{level:03}.meter";
   // [display]

@@ -45,8 +45,20 @@ std::vector<int32_t> DefaultLevels(const Job& job) {
   return levels;
 }
 
-std::string TextOf(const Inspection& inspection, const std::vector<LevelReport>& levels) {
-  Table table({"gray", "color", "kind", "CV", "after", "limit", "max/min", "after", "p1-p99",
+// What limits the levels below all captured ones, where the correction cannot know better.
+std::string NoteOnLowLevels(const std::vector<LevelReport>& levels, int32_t lowest) {
+  const bool shown = std::any_of(levels.begin(), levels.end(),
+                                 [lowest](const auto& level) { return level.level < lowest; });
+  return shown ? "Below gray " + std::to_string(lowest) +
+                     ", the lowest captured level, its coefficient is held, while the LEDs' "
+                     "turn-on time weighs\nmore and more: they come out too dark, and differ by "
+                     "channel. To correct there, capture a darker level.\n"
+               : "";
+}
+
+std::string TextOf(const Inspection& inspection, const std::vector<LevelReport>& levels,
+                   int32_t lowest) {
+  Table table({"gray", "color", "kind", "CV before", "after", "limit", "max/min", "after", "p1-p99",
                "after", "to target", "after", "verdict"},
               3);
   for (const LevelReport& level : levels) {
@@ -56,11 +68,14 @@ std::string TextOf(const Inspection& inspection, const std::vector<LevelReport>&
         return Percent(evenness.mean / report.target - 1, 2, true);
       };
       table.Add({std::to_string(level.level), kColours[colour],
-                 level.captured ? "captured" : "between", Percent(report.before.variation, 3),
-                 Percent(report.after.variation, 3), level.judged ? Percent(level.limit, 3) : "-",
-                 Fixed(report.before.MaxOverMin(), 3), Fixed(report.after.MaxOverMin(), 3),
-                 Percent(report.before.Spread(), 2), Percent(report.after.Spread(), 2),
-                 against_target(report.before), against_target(report.after),
+                 level.captured         ? "captured"
+                 : level.level < lowest ? "below"
+                                        : "between",
+                 Percent(report.before.variation, 3), Percent(report.after.variation, 3),
+                 level.judged ? Percent(level.limit, 3) : "-", Fixed(report.before.MaxOverMin(), 3),
+                 Fixed(report.after.MaxOverMin(), 3), Percent(report.before.Spread(), 2),
+                 Percent(report.after.Spread(), 2), against_target(report.before),
+                 against_target(report.after),
                  !level.judged          ? "not judged"
                  : level.Passes(colour) ? "good"
                                         : "OUT"});
@@ -72,7 +87,7 @@ std::string TextOf(const Inspection& inspection, const std::vector<LevelReport>&
          " averaged here: " + Percent(inspection.noise / std::sqrt(inspection.shots), 3) +
          "\nLEDs: " + std::to_string(inspection.leds) + "; dead and left out: red " +
          std::to_string(dead[0]) + ", green " + std::to_string(dead[1]) + ", blue " +
-         std::to_string(dead[2]) + "\n";
+         std::to_string(dead[2]) + "\n" + NoteOnLowLevels(levels, lowest);
 }
 
 nlohmann::ordered_json ToJson(const Evenness& evenness, double target) {
@@ -186,7 +201,8 @@ void RunVerify(const VerifyOptions& options) {
   Inspector inspector(job, coefficients, options.shots);
   const std::vector<LevelReport> reports = inspector.Run(levels);
   const Inspection& inspection = inspector.result();
-  PrintOut(options.json ? ToJson(inspection, reports).dump(2) + "\n" : TextOf(inspection, reports));
+  PrintOut(options.json ? ToJson(inspection, reports).dump(2) + "\n"
+                        : TextOf(inspection, reports, job.levels.front()));
   if (options.pictures) {
     inspector.Map(picture_level);
     WritePictures(inspection, job.Folder(), picture_level);

@@ -25,7 +25,7 @@ class CommandTest : public ::testing::Test {
   Result Simulate(const char* division = "3x2", const std::vector<std::string>& more = {}) {
     std::vector<std::string> arguments = {"simulate", "job",          "--width",      "61",
                                           "--height", "43",           "--partitions", division,
-                                          "--levels", "32,64,128,255"};
+                                          "--levels", "64,96,128,255"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return Run(arguments);
   }
@@ -65,7 +65,7 @@ TEST_F(CommandTest, MakesAWallEven) {
       EXPECT_NEAR(row["after"]["mean_over_target"], 1, 0.01);
     }
   }
-  EXPECT_EQ(judged, 3 * 5);
+  EXPECT_EQ(judged, 3 * 7) << "all but the one below the captured levels";
   EXPECT_THAT(FilesWith(Job(), "wall_"), SizeIs(3));
 
   const Result info = Run({"info", "--json", "job/p00.mlcoefs", "job/p12_blue_255.meter"});
