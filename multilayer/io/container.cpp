@@ -83,11 +83,11 @@ int32_t HasExtension(const std::string& fullname, const std::string& extension) 
 }
 
 void WriteMat(ByteWriter& writer, const cv::Mat& mat) {
-  if (mat.empty()) {
+  CV_DbgAssert(mat.dims <= 2);
+  if (mat.empty() || mat.dims != 2) {
     writer.Put(MatHeader{});
     return;
   }
-  CV_DbgAssert(mat.dims == 2);
   writer.Put(MatHeader{mat.rows, mat.cols, mat.type(), mat.channels()});
   // The element count is a 32-bit product by definition of the format.
   if (static_cast<int32_t>(static_cast<uint32_t>(mat.rows) * static_cast<uint32_t>(mat.cols)) < 1) {
