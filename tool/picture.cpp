@@ -19,7 +19,7 @@ constexpr double kRange = 0.15;     // of luminance / mean, to both sides
 constexpr int kMargin = 16;         // pixels
 constexpr int kLineHeight = 32;     // of a line of text
 constexpr int kPictureWidth = 960;  // what a wall is scaled up to, about
-const cv::Scalar kInk(40, 40, 40);  // of text on white paper
+const cv::Scalar kInk(40);          // of text on white paper
 
 // Each LED a square: nothing is smoothed away.
 cv::Mat Scaled(const cv::Mat& relative) {
@@ -40,9 +40,7 @@ void DrawScale(cv::Mat& page, cv::Rect bar) {
     ramp.at<uint8_t>(0, i) = static_cast<uint8_t>(i);
   }
   cv::Mat target = page(bar);
-  cv::Mat gray;
-  cv::resize(ramp, gray, bar.size(), 0, 0, cv::INTER_LINEAR);
-  cv::cvtColor(gray, target, cv::COLOR_GRAY2BGR);
+  cv::resize(ramp, target, bar.size(), 0, 0, cv::INTER_LINEAR);
   cv::rectangle(page, bar, kInk, 1);
   const int y = bar.y + bar.height + 18;
   const std::pair<const char*, double> marks[] = {{"-15 %", 0.0}, {"mean", 0.5}, {"+15 %", 1.0}};
@@ -60,15 +58,14 @@ cv::Mat Draw(const WallPicture& picture) {
   const std::string* labels[] = {&picture.before_label, &picture.after_label};
   const int width = std::max(640, maps[0].cols) + 2 * kMargin;
   const int height = 2 * kMargin + kLineHeight + 2 * (kLineHeight + maps[0].rows + kMargin) + 44;
-  cv::Mat page(height, width, CV_8UC3, cv::Scalar::all(255));
+  cv::Mat page(height, width, CV_8UC1, cv::Scalar(255));
   int y = kMargin + kLineHeight / 2;
   Write(page, picture.title, {kMargin, y + 6}, 0.75);
   y += kLineHeight / 2;
   for (size_t i = 0; i < 2; ++i) {
     Write(page, *labels[i], {kMargin, y + kLineHeight - 9}, 0.55);
     y += kLineHeight;
-    cv::Mat target = page(cv::Rect({kMargin, y}, maps[i].size()));
-    cv::cvtColor(maps[i], target, cv::COLOR_GRAY2BGR);
+    maps[i].copyTo(page(cv::Rect({kMargin, y}, maps[i].size())));
     y += maps[i].rows + kMargin;
   }
   DrawScale(page, {kMargin, y, 320, 16});
