@@ -9,11 +9,13 @@
  * a negative value when the format could not be applied. The functions may be called from several
  * threads at once.
  *
- * The default writes errors to standard error. Two environment variables, read once at the first
- * message, change that:
+ * The default writes errors to standard error, each after the time and the kind:
+ *   2024-05-17 09:30:00.125 error: MultiLayerCoeff::Save--Error :: coeff is empty.
+ * Two environment variables, read once at the first message, change that:
  *   PELLIX_LEVEL   "off", "error" (default), "info" or "debug": the least severe kind that is
  *                  written; "info" adds info messages to the errors, "debug" adds all.
- *   PELLIX_FILE    the name of a file to which messages are appended instead of standard error.
+ *   PELLIX_FILE    the name of a file to which messages are appended instead of standard error. A
+ *                  message that it does not take goes to standard error, with the reason.
  */
 #ifndef PELLIX_PELLIX_H
 #define PELLIX_PELLIX_H

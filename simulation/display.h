@@ -9,7 +9,7 @@
 namespace multilayer::simulation {
 
 // The gamma curve of the demo: `levels` entries from 0 to 2^bits - 1, by the power law `gamma`.
-// CV_32SC1, 3 rows (R, G, B) x levels.
+// CV_32SC1, 3 rows (R, G, B) x levels (at least 2).
 cv::Mat MakeGammaTable(int32_t levels, int32_t bits, double gamma);
 
 // What a controller holds for one partition and colour.
@@ -20,21 +20,26 @@ struct CoefficientStack {
 
 class Controller {
  public:
-  // `gamma_table` as MakeGammaTable; `bit_width` 16..24.
+  // `gamma_table` as MakeGammaTable, shared; the red row serves all colours. `bit_width` 16..24.
   Controller(const cv::Mat& gamma_table, int32_t bit_width);
 
-  // Position of a gray level: the gamma table's output in bit_width units.
+  // Position of a gray level (a column of the gamma table): the table's output in bit_width units.
   int32_t Position(int32_t level) const;
+
+  // Linear drive of a gray level: the gamma table's output over its largest output.
+  float LinearNorm(int32_t level) const;
 
   // Drive of every LED (CV_64FC1, h x w, fraction of full scale) for a gray level: coefficient
   // interpolated linearly between the layer positions (held beyond the outer ones), times the
-  // level's position, rounded to bit_width, clipped to full scale.
+  // level's position, rounded to bit_width, clipped to full scale. A NaN coefficient drives 0.
   cv::Mat Show(int32_t level, cv::Size size, const CoefficientStack& stack) const;
 
  private:
+  int32_t Output(int32_t level) const;
+
   cv::Mat gamma_table_;
   int32_t bit_width_;
-  int32_t shift_;
+  int32_t shift_;  // bits that the table's outputs have beyond bit_width; may be negative
 };
 
 }  // namespace multilayer::simulation

@@ -140,7 +140,7 @@ MULTILAYER_EXPORT void MultiLayerDestroyHandle(MultiLayerHandle handle);
  *                        iterate -1 ascending; otherwise in the order in which they will be shown.
  *   iterate              -1: one computation from all layers (Norm). Otherwise one layer at a time,
  *                        starting at this step (0 for a new run).
- *   coef_layer_num       coefficient layers to compute, 1 to 65536; those beyond the captured ones
+ *   coef_layer_num       coefficient layers to compute, 1 to 32768; those beyond the captured ones
  *                        follow one position apart.
  *   bit_width            of the positions, 16 to 24.
  * Everything is copied. Statuses: 0, MULTILAYER_NULL, MULTILAYER_BAD_MAT, MULTILAYER_REJECTED.

@@ -67,7 +67,7 @@ int32_t ChromaXYZ::Combine(const LedMeter* meter_x, const LedMeter* meter_y,
   return 0;
 }
 
-ChromaLxy ChromaXYZ::ToLxy() const { return LxyOf({X, Y, Z}); }
+ChromaLxy ChromaXYZ::ToLxy() const { return Check(this) == 0 ? LxyOf({X, Y, Z}) : ChromaLxy{}; }
 
 int32_t ChromaXYZ::Check(const ChromaXYZ* bundle) {
   if (bundle == nullptr) {

@@ -34,7 +34,8 @@ struct ChromaXYZ {
   // failure the bundle is as it was.
   int32_t Combine(const LedMeter* meter_x, const LedMeter* meter_y, const LedMeter* meter_z);
 
-  // Chromaticity of every LED; L shares Y, x and y are new planes.
+  // Chromaticity of every LED; L shares Y, x and y are new planes. A bundle that does not pass
+  // Check gives an empty one.
   ChromaLxy ToLxy() const;
 
   // Tests a bundle before use, without logging: 0; 1 null; 5 a plane is empty; 9 sizes differ.

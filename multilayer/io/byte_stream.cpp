@@ -8,7 +8,9 @@
 namespace multilayer {
 namespace {
 
-constexpr uint64_t kFreeAllowance = uint64_t{16} << 20;
+// What may be claimed beyond four times the stream's length: 16 MiB, of which 1 MiB is kept for the
+// reading itself (a span of values, the file's own buffer, a log line).
+constexpr uint64_t kFreeAllowance = uint64_t{15} << 20;
 
 uint64_t AllowanceFor(uint64_t length) {
   constexpr uint64_t kMax = std::numeric_limits<uint64_t>::max();
@@ -18,9 +20,12 @@ uint64_t AllowanceFor(uint64_t length) {
 }  // namespace
 
 void ByteWriter::Bytes(const void* data, uint64_t size) {
+  if (size == 0) {
+    return;  // nothing may have no address
+  }
   if (file_ != nullptr) {
     std::fwrite(data, 1, size, file_);
-  } else if (memory_ != nullptr && size > 0) {
+  } else if (memory_ != nullptr) {
     std::memcpy(memory_ + size_, data, size);
   }
   size_ += size;

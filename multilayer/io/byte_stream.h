@@ -61,7 +61,8 @@ class ByteReader {
   }
 
   // True if `size` more bytes may be allocated: all claims together stay within four times the
-  // stream's length plus 16 MiB. Otherwise refuses the stream.
+  // stream's length plus 15 MiB, so that reading never takes more than 16 MiB beyond it. Otherwise
+  // refuses the stream.
   bool Claim(uint64_t size);
 
   void Refuse() {

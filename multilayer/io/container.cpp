@@ -40,13 +40,16 @@ void WritePlane(ByteWriter& writer, const cv::Mat& plane) {
 template <class Visit>
 void ForEachSpan(const cv::Mat& mat, const Visit& visit) {
   constexpr size_t kSpan = size_t{1} << 16;
+  // The matrix library splits and merges no half floats; for moving them, they are 16-bit words.
+  const int depth = mat.depth() == CV_16F ? CV_16U : mat.depth();
+  const int type = CV_MAKETYPE(depth, mat.channels());
   const size_t rows = mat.isContinuous() ? 1 : static_cast<size_t>(mat.rows);
   const size_t row_count = mat.total() / rows;
   for (size_t row = 0; row < rows; ++row) {
     uint8_t* first = mat.data + row * mat.step[0];
     for (size_t begin = 0; begin < row_count; begin += kSpan) {
       const int count = static_cast<int>(std::min(kSpan, row_count - begin));
-      visit(cv::Mat(1, count, mat.type(), first + begin * mat.elemSize()));
+      visit(cv::Mat(1, count, type, first + begin * mat.elemSize()));
     }
   }
 }
@@ -80,11 +83,11 @@ int32_t HasExtension(const std::string& fullname, const std::string& extension) 
 }
 
 void WriteMat(ByteWriter& writer, const cv::Mat& mat) {
-  if (mat.empty()) {
+  CV_DbgAssert(mat.dims <= 2);
+  if (mat.empty() || mat.dims != 2) {
     writer.Put(MatHeader{});
     return;
   }
-  CV_DbgAssert(mat.dims == 2);
   writer.Put(MatHeader{mat.rows, mat.cols, mat.type(), mat.channels()});
   // The element count is a 32-bit product by definition of the format.
   if (static_cast<int32_t>(static_cast<uint32_t>(mat.rows) * static_cast<uint32_t>(mat.cols)) < 1) {
@@ -120,7 +123,9 @@ void ReadMat(ByteReader& reader, cv::Mat& mat) {
   const uint64_t count = static_cast<uint64_t>(header.rows) * static_cast<uint64_t>(header.cols);
   const uint64_t element_size = value_size * static_cast<uint64_t>(header.channels);
   constexpr uint64_t kLargest = uint64_t{1} << 48;
-  if (!reader.Claim(count < kLargest ? count * element_size : UINT64_MAX)) {
+  // A stream of tiny matrices costs far more bookkeeping than elements.
+  constexpr uint64_t kBookkeeping = sizeof(cv::UMatData);
+  if (!reader.Claim(count < kLargest ? count * element_size + kBookkeeping : UINT64_MAX)) {
     return;
   }
   mat.create(header.rows, header.cols, CV_MAKETYPE(depth, header.channels));

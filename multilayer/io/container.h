@@ -16,7 +16,8 @@ namespace multilayer {
 int32_t HasExtension(const std::string& fullname, const std::string& extension);
 
 // Writes `mat` (two dimensions, any depth, 1 to 512 channels) as a matrix record: rows, cols, type,
-// channels as int32, then one plane a channel. An empty matrix is a header of four zeros.
+// channels as int32, then one plane a channel. A matrix that is empty, or has more dimensions,
+// becomes a header of four zeros.
 void WriteMat(ByteWriter& writer, const cv::Mat& mat);
 
 // Reads a matrix record into new storage. Rows or columns below 1 give an empty matrix. A header

@@ -13,7 +13,6 @@ namespace {
 
 constexpr uint8_t kByteOrderMark = 'L';
 constexpr int32_t kVersion = 1;
-constexpr std::size_t kBlock = std::size_t{1} << 20;  // bytes a read or write call moves
 
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
@@ -21,11 +20,7 @@ struct CloseFile {
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
 File OpenForWriting(const std::string& fullname) {
-  File file(std::fopen(fullname.c_str(), "wb"));
-  if (file != nullptr) {
-    std::setvbuf(file.get(), nullptr, _IOFBF, kBlock);
-  }
-  return file;
+  return File(std::fopen(fullname.c_str(), "wb"));
 }
 
 // Only regular files have a length to hold their contents against; a folder, a pipe or a device is
@@ -38,7 +33,6 @@ File OpenForReading(const std::string& fullname, uint64_t& length) {
   File file(std::fopen(fullname.c_str(), "rb"));
   if (file != nullptr) {
     length = static_cast<uint64_t>(status.st_size);
-    std::setvbuf(file.get(), nullptr, _IOFBF, kBlock);
   }
   return file;
 }

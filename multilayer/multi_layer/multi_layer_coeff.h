@@ -182,9 +182,9 @@ class MultiLayerCoeff {
   // Prints the parameters as aligned text on standard output.
   void Info() const;
 
-  // More layers than gray steps of the narrowest bit width make no sense, and every count below
-  // can be written and read back.
-  static constexpr int32_t kMaxCoefLayers = 65536;
+  // Far more layers than make sense; and every count up to here can be written and read back, even
+  // of a single LED, within the memory that a reader may claim.
+  static constexpr int32_t kMaxCoefLayers = 32768;
   // Every matrix of a partition must fit a MultiLayerMat, whose size is an int32 of bytes.
   static constexpr int32_t kMaxLeds = 536870911;
 

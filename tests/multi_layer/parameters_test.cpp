@@ -113,8 +113,8 @@ TEST(Parameters, RefusalsGiveOneLineAndLeaveNoParameters) {
       {[](auto& p) { p.coef_layers = 3; }, "capture_layer_num 4 greater than coef_layer_num 3"},
       {[](auto& p) { p.capture_layers[1] = 256; }, "capture layer 256 is no column"},
       {[](auto& p) { p.capture_layers[1] = -1; }, "capture layer -1 is no column"},
-      {[](auto& p) { p.coef_layers = 0; }, "coef_layer_num 0 is not in 1..65536"},
-      {[](auto& p) { p.coef_layers = std::numeric_limits<int>::max(); }, "is not in 1..65536"},
+      {[](auto& p) { p.coef_layers = 0; }, "coef_layer_num 0 is not in 1..32768"},
+      {[](auto& p) { p.coef_layers = std::numeric_limits<int>::max(); }, "is not in 1..32768"},
   };
   for (const int32_t iterate : {-1, 0}) {
     for (const Refusal& refusal : refusals) {
@@ -167,7 +167,7 @@ TEST(Parameters, WhiteRefusals) {
        "coef_layer_num!!!."},
       {LinearGamma(), {}, 4, 16, "capture_layers is empty"},
       {LinearGamma(), {300}, 4, 16, "capture layer 300 is no column"},
-      {LinearGamma(), {1}, 0, 16, "coef_layer_num 0 is not in 1..65536"},
+      {LinearGamma(), {1}, 0, 16, "coef_layer_num 0 is not in 1..32768"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.message);

@@ -1,0 +1,44 @@
+// A wall, its controller and a camera in front of it: all measurements of a partition at once.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "multilayer/meter/led_meter.h"
+#include "multilayer/multi_layer/multi_layer_coeff.h"
+#include "simulation/camera.h"
+#include "simulation/display.h"
+#include "simulation/parameters.h"
+#include "simulation/wall.h"
+
+namespace multilayer::simulation {
+
+// Coefficients of red, green and blue; without any, the wall is uncorrected.
+using Correction = std::array<CoefficientStack, 3>;
+
+// What the controller gets from a computed engine. The matrices are shared.
+Correction CorrectionOf(const MultiLayerCoeff& engine);
+
+// Measurements of red, green and blue, one record a level.
+using MeasuredLayers = std::array<std::vector<LedMeter>, 3>;
+
+// One colour's records as the engine takes them; they must outlive the list.
+std::vector<LedMeter*> Pointers(std::vector<LedMeter>& records);
+
+struct Scene {
+  WallParameters wall;
+  Controller controller;
+  Camera camera;
+
+  // True luminance of one primary (CV_64FC1, cd/m^2) while the wall shows a gray level.
+  cv::Mat Shine(const PartitionTruth& partition, size_t primary, int32_t level,
+                const Correction& correction) const;
+
+  // Shows and photographs every primary at every level. The layer at place i gets the index i and
+  // the level's linear norm, and is shot number `first_shot` + i: count on to have fresh noise.
+  MeasuredLayers Measure(const PartitionTruth& partition, const std::vector<int32_t>& levels,
+                         const Correction& correction = {}, uint64_t first_shot = 0) const;
+};
+
+}  // namespace multilayer::simulation

@@ -1,0 +1,21 @@
+// The subcommands. Each adds its options to the application and returns what runs it.
+#pragma once
+
+#include <functional>
+
+#include <CLI/CLI.hpp>
+
+namespace multilayer::tool {
+
+struct Subcommand {
+  CLI::App* app;
+  // Throws Failure.
+  std::function<void()> run;
+};
+
+Subcommand AddSimulate(CLI::App& app);
+Subcommand AddCalibrate(CLI::App& app);
+Subcommand AddVerify(CLI::App& app);
+Subcommand AddInfo(CLI::App& app);
+
+}  // namespace multilayer::tool

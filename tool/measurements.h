@@ -1,0 +1,42 @@
+// The measurements of a job, checked against it, and the targets that follow from them.
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "multilayer/meter/led_meter.h"
+#include "multilayer/multi_layer/multi_layer_coeff.h"
+#include "tool/job.h"
+
+namespace multilayer::tool {
+
+// Of red, green and blue, in the order of the job's levels.
+using PartitionMeters = std::array<std::vector<LedMeter>, 3>;
+
+// One measurement, which must be of the colour and level that its name says, and CIE Y.
+// Throws kFileAccess, kBrokenFile.
+LedMeter LoadMeasurement(const Job& job, const std::string& partition, size_t colour,
+                         int32_t level);
+
+// All measurements of a partition; all must be of the same part of the screen.
+PartitionMeters LoadPartition(const Job& job, const std::string& partition);
+
+// The same for all partitions of a wall, or the seams would show.
+struct Targets {
+  std::array<double, 3> luminance = {};  // at full drive, cd/m^2
+  std::array<double, 3> decrease = {};   // fraction by which the target lies below
+
+  // Of one colour at a linear drive.
+  double At(size_t colour, double drive) const {
+    return drive * luminance[colour] * (1 - decrease[colour]);
+  }
+};
+
+// From the job file, or from the highest captured level of all partitions. Throws kFileAccess,
+// kBrokenFile, and kRefused where no LED lives.
+Targets FindTargets(const Job& job);
+
+// Sets the job's parameters and targets on an engine. Throws kRefused.
+void SetParameters(const Job& job, const Targets& targets, MultiLayerCoeff& engine);
+
+}  // namespace multilayer::tool

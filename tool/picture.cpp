@@ -1,0 +1,97 @@
+// Drawing and checking pictures.
+#include "tool/picture.h"
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "tool/error.h"
+#include "tool/files.h"
+
+namespace multilayer::tool {
+namespace {
+
+constexpr double kRange = 0.15;     // of luminance / mean, to both sides
+constexpr int kMargin = 16;         // pixels
+constexpr int kLineHeight = 32;     // of a line of text
+constexpr int kPictureWidth = 960;  // what a wall is scaled up to, about
+const cv::Scalar kInk(40);          // of text on white paper
+
+// Each LED a square: nothing is smoothed away.
+cv::Mat Scaled(const cv::Mat& relative) {
+  cv::Mat gray;
+  relative.convertTo(gray, CV_8U, 127.5 / kRange, 127.5 - 127.5 / kRange);
+  const int scale = std::max(1, kPictureWidth / gray.cols);
+  cv::resize(gray, gray, {}, scale, scale, cv::INTER_NEAREST);
+  return gray;
+}
+
+void Write(cv::Mat& page, const std::string& text, cv::Point at, double size) {
+  cv::putText(page, text, at, cv::FONT_HERSHEY_SIMPLEX, size, kInk, 1, cv::LINE_AA);
+}
+
+void DrawScale(cv::Mat& page, cv::Rect bar) {
+  cv::Mat ramp(1, 256, CV_8U);
+  for (int i = 0; i < 256; ++i) {
+    ramp.at<uint8_t>(0, i) = static_cast<uint8_t>(i);
+  }
+  cv::Mat target = page(bar);
+  cv::resize(ramp, target, bar.size(), 0, 0, cv::INTER_LINEAR);
+  cv::rectangle(page, bar, kInk, 1);
+  const int y = bar.y + bar.height + 18;
+  const std::pair<const char*, double> marks[] = {{"-15 %", 0.0}, {"mean", 0.5}, {"+15 %", 1.0}};
+  for (const auto& [text, place] : marks) {
+    int below = 0;
+    const int width = cv::getTextSize(text, cv::FONT_HERSHEY_SIMPLEX, 0.45, 1, &below).width;
+    Write(page, text, {bar.x + static_cast<int>(place * (bar.width - width)), y}, 0.45);
+  }
+}
+
+}  // namespace
+
+cv::Mat Draw(const WallPicture& picture) {
+  const cv::Mat maps[] = {Scaled(picture.before), Scaled(picture.after)};
+  const std::string* labels[] = {&picture.before_label, &picture.after_label};
+  const int width = std::max(640, maps[0].cols) + 2 * kMargin;
+  const int height = 2 * kMargin + kLineHeight + 2 * (kLineHeight + maps[0].rows + kMargin) + 44;
+  cv::Mat page(height, width, CV_8UC1, cv::Scalar(255));
+  int y = kMargin + kLineHeight / 2;
+  Write(page, picture.title, {kMargin, y + 6}, 0.75);
+  y += kLineHeight / 2;
+  for (size_t i = 0; i < 2; ++i) {
+    Write(page, *labels[i], {kMargin, y + kLineHeight - 9}, 0.55);
+    y += kLineHeight;
+    maps[i].copyTo(page(cv::Rect({kMargin, y}, maps[i].size())));
+    y += maps[i].rows + kMargin;
+  }
+  DrawScale(page, {kMargin, y, 320, 16});
+  Write(page, "dead LEDs are black", {kMargin + 344, y + 13}, 0.45);
+  return page;
+}
+
+void WritePng(const std::filesystem::path& path, const cv::Mat& image) {
+  std::vector<uint8_t> bytes;
+  if (!cv::imencode(".png", image, bytes)) {
+    throw Failure(Exit::kRefused, path.string() + ": the picture cannot be encoded");
+  }
+  WriteText(path, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
+
+uint64_t CheckPng(const std::filesystem::path& path, cv::Size size) {
+  // Of a PNG that was cut short a decoder may still make a picture; its last chunk is missing.
+  constexpr std::string_view kEnd("IEND\xae\x42\x60\x82", 8);
+  std::string bytes = ReadText(path);
+  const bool complete = std::string_view(bytes).ends_with(kEnd);
+  if (!complete || cv::imdecode(cv::Mat(1, static_cast<int>(bytes.size()), CV_8U, bytes.data()),
+                                cv::IMREAD_UNCHANGED)
+                           .size() != size) {
+    throw Failure(Exit::kFileAccess, path.string() + ": could not be written: is the disk full?");
+  }
+  return bytes.size();
+}
+
+}  // namespace multilayer::tool

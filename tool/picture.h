@@ -1,0 +1,33 @@
+// Pictures of a wall, and PNG files that are known to be whole.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include <opencv2/core/mat.hpp>
+
+namespace multilayer::tool {
+
+// One primary of the wall at one level, before and after the correction: luminance / mean
+// (CV_32FC1, screen height x width), 0 where no LED was measured.
+struct WallPicture {
+  std::string title;
+  cv::Mat before;
+  cv::Mat after;
+  std::string before_label;
+  std::string after_label;
+};
+
+// Both maps one above the other, in gray from 15 % below the mean (black) to 15 % above (white),
+// each LED a square, with labels and the scale.
+cv::Mat Draw(const WallPicture& picture);
+
+// Throws kFileAccess.
+void WritePng(const std::filesystem::path& path, const cv::Mat& image);
+
+// Reads a PNG back: it must decode to `size` and be complete. Returns its length in bytes. Throws
+// kFileAccess.
+uint64_t CheckPng(const std::filesystem::path& path, cv::Size size);
+
+}  // namespace multilayer::tool

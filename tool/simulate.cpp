@@ -1,0 +1,207 @@
+// `multilayer simulate`: a job as a camera would leave it, of a wall that does not exist.
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "simulation/measure.h"
+#include "tool/commands.h"
+#include "tool/error.h"
+#include "tool/files.h"
+#include "tool/job.h"
+#include "tool/table.h"
+#include "tool/truth.h"
+
+namespace multilayer::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct SimulateOptions {
+  std::string folder;
+  int32_t width = simulation::WallParameters().screen_w;
+  int32_t height = simulation::WallParameters().screen_h;
+  std::string partitions = "2x2";
+  std::vector<int32_t> levels = Job().levels;
+  int32_t bit_width = Job().bit_width;
+  int32_t coef_layers = 0;
+  double gamma = Job().gamma;
+  double electrons = simulation::CameraParameters().electrons;
+  uint64_t seed = 1;
+  bool force = false;
+};
+
+struct NamedPart {
+  std::string name;
+  PartRecord part;
+};
+
+// "3x2": three partitions side by side, two above each other; as even as whole LEDs allow.
+std::vector<NamedPart> Divide(const SimulateOptions& options) {
+  int32_t cols = 0;
+  int32_t rows = 0;
+  int used = 0;
+  const bool parsed = std::sscanf(options.partitions.c_str(), "%dx%d%n", &cols, &rows, &used) == 2;
+  if (!parsed || static_cast<size_t>(used) != options.partitions.size() || cols < 1 || rows < 1 ||
+      cols > options.width || rows > options.height) {
+    throw Failure(Exit::kWrongCall,
+                  "--partitions is " + options.partitions +
+                      ": must be COLUMNSxROWS, each 1 or more, no more than the screen has LEDs");
+  }
+  const size_t digits = std::to_string(std::max(cols, rows) - 1).size();
+  const auto name = [digits](int32_t n) {
+    const std::string text = std::to_string(n);
+    return std::string(digits - text.size(), '0') + text;
+  };
+  const auto edge = [](int32_t size, int32_t i, int32_t n) {
+    return static_cast<int32_t>(int64_t{size} * i / n);
+  };
+  std::vector<NamedPart> parts;
+  for (int32_t row = 0; row < rows; ++row) {
+    for (int32_t col = 0; col < cols; ++col) {
+      const int32_t x = edge(options.width, col, cols);
+      const int32_t y = edge(options.height, row, rows);
+      parts.push_back({std::string("p") + name(row) + name(col),
+                       {x, y, edge(options.width, col + 1, cols) - x,
+                        edge(options.height, row + 1, rows) - y, options.width, options.height}});
+    }
+  }
+  return parts;
+}
+
+Job MakeJob(const SimulateOptions& options, const std::vector<NamedPart>& parts) {
+  Job job;
+  job.file = fs::path(options.folder) / "wall.toml";
+  job.levels = options.levels;
+  std::sort(job.levels.begin(), job.levels.end());
+  for (const NamedPart& part : parts) {
+    job.partitions.push_back(part.name);
+  }
+  job.gamma = options.gamma;
+  job.bit_width = options.bit_width;
+  job.gamma_bits = options.bit_width;
+  const auto levels = static_cast<int32_t>(job.levels.size());
+  job.layers = options.coef_layers > 0 ? options.coef_layers : std::max(levels, 2);
+  return job;
+}
+
+// What simulate writes, calibrate must take.
+void CheckOptions(const Job& job) {
+  CheckJobRules(job, [](const std::string& key, const std::string& value, const std::string& rule) {
+    throw Failure(Exit::kWrongCall, key + " is " + value + ": must " + rule);
+  });
+}
+
+// An earlier simulated job makes way: its measurements and coefficients would otherwise mix with
+// the new ones. The job file goes first, so that an interrupted run leaves no job.
+void RemoveEarlierJob(const Job& job, bool force) {
+  if (!fs::exists(job.file)) {
+    return;
+  }
+  if (!force) {
+    throw Failure(Exit::kWrongCall, job.file.string() +
+                                        ": there is a job already (--force "
+                                        "overwrites a simulated one)");
+  }
+  if (!fs::exists(job.TruthFile())) {
+    throw Failure(Exit::kWrongCall, job.file.string() +
+                                        ": there is a job already, and it is no "
+                                        "simulated one: it has no truth.toml");
+  }
+  const Job earlier = ReadJob(job.file);
+  fs::remove(job.file);
+  for (const std::string& partition : earlier.partitions) {
+    fs::remove(earlier.Folder() / (partition + ".mlcoefs"));
+    for (size_t colour = 0; colour < kColours.size(); ++colour) {
+      for (const int32_t level : earlier.levels) {
+        fs::remove(earlier.MeterFile(partition, colour, level));
+      }
+    }
+  }
+}
+
+void WritePartition(const Job& job, const simulation::Scene& scene, const NamedPart& part) {
+  const simulation::PartitionTruth truth = simulation::MakePartition(scene.wall, part.part);
+  const simulation::MeasuredLayers measured = scene.Measure(truth, job.levels);
+  for (size_t colour = 0; colour < kColours.size(); ++colour) {
+    for (size_t i = 0; i < job.levels.size(); ++i) {
+      SaveMeter(job.MeterFile(part.name, colour, job.levels[i]), measured[colour][i]);
+    }
+  }
+}
+
+void RunSimulate(const SimulateOptions& options) {
+  const std::vector<NamedPart> parts = Divide(options);
+  const Job job = MakeJob(options, parts);
+  CheckOptions(job);
+  Truth truth;
+  truth.wall.seed = options.seed;
+  truth.wall.screen_w = options.width;
+  truth.wall.screen_h = options.height;
+  truth.camera.seed = options.seed;
+  truth.camera.electrons = options.electrons;
+  RemoveEarlierJob(job, options.force);
+  MakeFolder(options.folder);
+  const simulation::Scene scene = {truth.wall,
+                                   simulation::Controller(job.GammaTable(), job.bit_width),
+                                   simulation::Camera(truth.camera)};
+  Progress progress("simulate", parts.size());
+  for (const NamedPart& part : parts) {
+    WritePartition(job, scene, part);
+    progress.Step();
+  }
+  WriteText(job.TruthFile(), TruthText(truth));
+  WriteText(job.file, JobText(job));
+  PrintOut(job.file.string() + ": " + std::to_string(options.width) + " x " +
+           std::to_string(options.height) + " LEDs in " + std::to_string(parts.size()) +
+           " partitions, " + std::to_string(3 * parts.size() * job.levels.size()) +
+           " measurements\n");
+}
+
+}  // namespace
+
+Subcommand AddSimulate(CLI::App& app) {
+  CLI::App* simulate = app.add_subcommand("simulate", "Write the measurements of a simulated wall");
+  auto options = std::make_shared<SimulateOptions>();
+  simulate->add_option("folder", options->folder, "Where the job goes")
+      ->required()
+      ->type_name("FOLDER");
+  simulate->add_option("--width", options->width, "Columns of the screen, LEDs")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 32768));
+  simulate->add_option("--height", options->height, "Rows of the screen, LEDs")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 32768));
+  simulate->add_option("--partitions", options->partitions, "COLUMNSxROWS of partitions")
+      ->capture_default_str()
+      ->type_name("CxR");
+  simulate->add_option("--levels", options->levels, "Gray levels to photograph, 1 to 255")
+      ->delimiter(',')
+      ->capture_default_str();
+  simulate->add_option("--bit-width", options->bit_width, "Bits of the coefficient positions")
+      ->capture_default_str()
+      ->check(CLI::Range(16, 24));
+  simulate->add_option("--coef-layers", options->coef_layers,
+                       "Coefficient layers; as many as levels when not given");
+  simulate->add_option("--gamma", options->gamma, "Exponent of the display's gamma curve")
+      ->capture_default_str()
+      ->check(CLI::Range(0.1, 10.0));
+  simulate
+      ->add_option("--electrons", options->electrons,
+                   "Electrons of an LED in a photograph: noise 1 / sqrt(electrons)")
+      ->capture_default_str()
+      ->check(CLI::Range(100.0, 1e12));
+  simulate->add_option("--seed", options->seed, "Another seed, another wall and other noise")
+      ->capture_default_str()
+      ->check(CLI::Range(uint64_t{0}, uint64_t{9000000000000000000}));
+  simulate->add_flag("--force", options->force, "Overwrite an earlier simulated job");
+  simulate->footer(
+      "Writes FOLDER/wall.toml, one .meter file per partition, primary and level, and\n"
+      "FOLDER/truth.toml, which only verify looks at.\n\nExample:\n"
+      "  multilayer simulate demo --width 320 --height 180 --partitions 3x2 --seed 7");
+  return {simulate, [options] { RunSimulate(*options); }};
+}
+
+}  // namespace multilayer::tool
