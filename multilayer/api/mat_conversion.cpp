@@ -1,9 +1,12 @@
 // Matrix descriptors in and out.
 #include "multilayer/api/mat_conversion.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include <opencv2/core.hpp>
@@ -21,26 +24,29 @@ uint32_t DescribedSize(const MultiLayerMat& mat) {
 // One of the seven depths, 1 to 512 channels.
 bool IsType(int32_t type) { return type >= 0 && type % 8 <= CV_64F && type / 8 + 1 <= CV_CN_MAX; }
 
+// A copy from malloc, row by row; throws when there is none.
+void* CopyElements(const cv::Mat& mat, size_t size) {
+  auto* copied = static_cast<uint8_t*>(std::malloc(size));
+  if (copied == nullptr) {
+    throw std::bad_alloc();
+  }
+  const size_t row_size = size / static_cast<size_t>(mat.rows);
+  for (int row = 0; row < mat.rows; ++row) {
+    std::memcpy(copied + static_cast<size_t>(row) * row_size, mat.ptr(row), row_size);
+  }
+  return copied;
+}
+
 MultiLayerMat Describe(const cv::Mat& mat, bool copy) {
   if (mat.empty()) {
     return {};
   }
-  const size_t row_size = static_cast<size_t>(mat.cols) * mat.elemSize();
-  const size_t size = row_size * static_cast<size_t>(mat.rows);
-  MultiLayerMat out = {mat.rows, mat.cols, mat.type(), static_cast<int32_t>(size), mat.data};
-  if (copy) {
-    auto* copied = static_cast<uint8_t*>(std::malloc(size));
-    for (int row = 0; row < mat.rows && copied != nullptr; ++row) {
-      std::memcpy(copied + static_cast<size_t>(row) * row_size, mat.ptr(row), row_size);
-    }
-    out.data = copied;
+  const size_t size = mat.total() * mat.elemSize();
+  if (size > static_cast<size_t>(std::numeric_limits<int32_t>::max())) {
+    throw std::length_error("a matrix of 2 GiB or more does not fit a descriptor");
   }
-  return out;
-}
-
-void DropCopy(MultiLayerMat& mat) {
-  std::free(mat.data);
-  mat = {};
+  return {mat.rows, mat.cols, mat.type(), static_cast<int32_t>(size),
+          copy ? CopyElements(mat, size) : mat.data};
 }
 
 }  // namespace
@@ -69,7 +75,7 @@ int32_t FromDescriptor(const MultiLayerMat* descriptor, cv::Mat& mat) {
   return MULTILAYER_OK;
 }
 
-int32_t FillResult(const MultiLayerCoeff& engine, bool copy, MultiLayerResult& out) {
+void FillResult(const MultiLayerCoeff& engine, bool copy, MultiLayerResult& out) {
   const PartRecord& part = engine.part_x_y_w_h;
   out.part_x = part.x;
   out.part_y = part.y;
@@ -85,28 +91,33 @@ int32_t FillResult(const MultiLayerCoeff& engine, bool copy, MultiLayerResult& o
         i < engine.rgb_lum_dec_ratio.size() ? engine.rgb_lum_dec_ratio[i] : 0.0;
   }
 
-  std::vector<MultiLayerMat*> filled = {&out.pos_hardware};
-  out.pos_hardware = Describe(engine.GetPosForHardware(), copy);
+  // Every descriptor is emptied first, so that a failure on the way knows what to give back.
   const std::pair<MultiLayerMat*, const std::vector<cv::Mat>*> colours[] = {
       {out.coef_r, &engine.coef_r}, {out.coef_g, &engine.coef_g}, {out.coef_b, &engine.coef_b}};
-  const cv::Mat missing;
-  for (const auto& [target, list] : colours) {
-    for (int32_t i = 0; i < engine.coef_layer_num && target != nullptr; ++i) {
-      const auto layer = static_cast<size_t>(i);
-      target[layer] = Describe(layer < list->size() ? (*list)[layer] : missing, copy);
-      filled.push_back(&target[layer]);
+  const auto for_each = [&](const auto& visit) {
+    const cv::Mat missing;
+    for (const auto& [target, list] : colours) {
+      for (int32_t i = 0; i < engine.coef_layer_num && target != nullptr; ++i) {
+        const auto layer = static_cast<size_t>(i);
+        visit(target[layer], layer < list->size() ? (*list)[layer] : missing);
+      }
     }
-  }
-  const auto lacks_data = [](const MultiLayerMat* mat) {
-    return mat->rows > 0 && mat->data == nullptr;
   };
-  if (std::any_of(filled.begin(), filled.end(), lacks_data)) {
-    for (MultiLayerMat* mat : filled) {
-      DropCopy(*mat);
-    }
-    return MULTILAYER_REJECTED;
+  const auto clear = [](MultiLayerMat& target, const cv::Mat&) { target = {}; };
+  out.pos_hardware = {};
+  for_each(clear);
+  try {
+    out.pos_hardware = Describe(engine.GetPosForHardware(), copy);
+    for_each([copy](MultiLayerMat& target, const cv::Mat& mat) { target = Describe(mat, copy); });
+  } catch (...) {
+    const auto drop = [copy](MultiLayerMat& target, const cv::Mat&) {
+      std::free(copy ? target.data : nullptr);
+      target = {};
+    };
+    drop(out.pos_hardware, {});
+    for_each(drop);
+    throw;
   }
-  return MULTILAYER_OK;
 }
 
 }  // namespace multilayer

@@ -26,19 +26,19 @@ static_assert(sizeof(MultiLayerResult) == 112 &&
 
 namespace {
 
-// Runs `work` on the engine behind `handle`. The library's only catch: nothing thrown inside
-// (memory that ran out, the matrix library) reaches the host.
+// Runs the `work` of the function `name` on the engine behind `handle`. The library's only catch:
+// nothing thrown inside (memory that ran out, the matrix library) reaches the host.
 template <class Work>
-int32_t WithEngine(MultiLayerHandle handle, const Work& work) {
+int32_t WithEngine(const char* name, MultiLayerHandle handle, const Work& work) {
   if (handle == nullptr) {
     return MULTILAYER_NULL;
   }
   try {
     return work(*static_cast<MultiLayerCoeff*>(handle));
   } catch (const std::exception& error) {
-    return multilayer::Fail(MULTILAYER_REJECTED, "MultiLayer--Error :: %s", error.what());
+    return multilayer::Fail(MULTILAYER_REJECTED, "%s--Error :: %s", name, error.what());
   } catch (...) {
-    return multilayer::Fail(MULTILAYER_REJECTED, "MultiLayer--Error :: unknown exception.");
+    return multilayer::Fail(MULTILAYER_REJECTED, "%s--Error :: unknown exception.", name);
   }
 }
 
@@ -74,7 +74,7 @@ int32_t MultiLayerSetParamLum(MultiLayerHandle handle, const MultiLayerMat* gamm
                               const double* rgb_lum_dec_ratio, const float* rgb_to_y,
                               const int* capture_layers, int capture_layer_count, int iterate,
                               int coef_layer_num, int bit_width) {
-  return WithEngine(handle, [&](MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [&](MultiLayerCoeff& engine) -> int32_t {
     cv::Mat gamma;
     if (const int32_t status = multilayer::FromDescriptor(gamma_table, gamma); status != 0) {
       return status;
@@ -93,7 +93,7 @@ int32_t MultiLayerSetParamWhite(MultiLayerHandle handle, const MultiLayerMat* ga
                                 const float* rgb_to_xyz, const void* target_white,
                                 const int* capture_layers, int capture_layer_count,
                                 int coef_layer_num, int iterate, int bit_width) {
-  return WithEngine(handle, [&](MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [&](MultiLayerCoeff& engine) -> int32_t {
     if (capture_layers == nullptr) {
       return MULTILAYER_NULL;
     }
@@ -109,7 +109,7 @@ int32_t MultiLayerSetParamWhite(MultiLayerHandle handle, const MultiLayerMat* ga
 
 int32_t MultiLayerSetRGBXYZ(MultiLayerHandle handle, LedMeter** red, LedMeter** green,
                             LedMeter** blue, int count) {
-  return WithEngine(handle, [&](MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [&](MultiLayerCoeff& engine) -> int32_t {
     if (red == nullptr || green == nullptr || blue == nullptr || count != 3) {
       return MULTILAYER_NULL;
     }
@@ -126,7 +126,7 @@ int32_t MultiLayerSetRGBXYZ(MultiLayerHandle handle, LedMeter** red, LedMeter** 
 
 int32_t MultiLayerComputeLum(MultiLayerHandle handle, LedMeter** red, LedMeter** green,
                              LedMeter** blue, int count) {
-  return WithEngine(handle, [&](MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [&](MultiLayerCoeff& engine) -> int32_t {
     if (red == nullptr || green == nullptr || blue == nullptr) {
       return MULTILAYER_NULL;
     }
@@ -138,7 +138,7 @@ int32_t MultiLayerComputeLum(MultiLayerHandle handle, LedMeter** red, LedMeter**
 }
 
 int32_t MultiLayerComputeWhite(MultiLayerHandle handle, LedMeter** meters, int count) {
-  return WithEngine(handle, [&](MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [&](MultiLayerCoeff& engine) -> int32_t {
     if (meters == nullptr || count != 3) {
       return MULTILAYER_NULL;
     }
@@ -155,7 +155,7 @@ int32_t MultiLayerComputeWhite(MultiLayerHandle handle, LedMeter** meters, int c
 
 int32_t MultiLayerComputeWhiteSingle(MultiLayerHandle handle, LedMeter** meters, int count,
                                      int layer) {
-  return WithEngine(handle, [&](MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [&](MultiLayerCoeff& engine) -> int32_t {
     if (meters == nullptr || count != 3) {
       return MULTILAYER_NULL;
     }
@@ -166,20 +166,24 @@ int32_t MultiLayerComputeWhiteSingle(MultiLayerHandle handle, LedMeter** meters,
 }
 
 int32_t MultiLayerGet(MultiLayerHandle handle, MultiLayerResult* out, int copy) {
-  return WithEngine(handle, [&](const MultiLayerCoeff& engine) -> int32_t {
-    return out == nullptr ? MULTILAYER_NULL : multilayer::FillResult(engine, copy >= 1, *out);
+  return WithEngine(__func__, handle, [&](const MultiLayerCoeff& engine) -> int32_t {
+    if (out == nullptr) {
+      return MULTILAYER_NULL;
+    }
+    multilayer::FillResult(engine, copy >= 1, *out);
+    return MULTILAYER_OK;
   });
 }
 
 int32_t MultiLayerRelease(MultiLayerHandle handle) {
-  return WithEngine(handle, [](MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [](MultiLayerCoeff& engine) -> int32_t {
     engine.Reset();
     return MULTILAYER_OK;
   });
 }
 
 int32_t MultiLayerExportToImge(MultiLayerHandle handle, const char* directory) {
-  return WithEngine(handle, [&](const MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [&](const MultiLayerCoeff& engine) -> int32_t {
     if (directory == nullptr) {
       return MULTILAYER_NULL;
     }
@@ -191,29 +195,31 @@ int32_t MultiLayerExportToImge(MultiLayerHandle handle, const char* directory) {
 }
 
 int32_t MultiLayerSave(MultiLayerHandle handle, const char* path) {
-  return WithEngine(handle, [&](const MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [&](const MultiLayerCoeff& engine) -> int32_t {
     return path == nullptr ? MULTILAYER_NULL : engine.Save(path);
   });
 }
 
 int32_t MultiLayerLoad(MultiLayerHandle handle, const char* path) {
-  return WithEngine(handle, [&](MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [&](MultiLayerCoeff& engine) -> int32_t {
     return path == nullptr ? MULTILAYER_NULL : engine.Load(path);
   });
 }
 
 int32_t MultiLayerToBuffer(MultiLayerHandle handle, uint8_t* buffer, uint64_t* size) {
-  return WithEngine(handle, [&](const MultiLayerCoeff& engine) -> int32_t {
+  return WithEngine(__func__, handle, [&](const MultiLayerCoeff& engine) -> int32_t {
     return engine.ToBuffer(buffer, size);
   });
 }
 
 int32_t MultiLayerFromBuffer(MultiLayerHandle handle, const uint8_t* buffer, uint64_t size) {
-  return WithEngine(
-      handle, [&](MultiLayerCoeff& engine) -> int32_t { return engine.FromBuffer(buffer, size); });
+  return WithEngine(__func__, handle, [&](MultiLayerCoeff& engine) -> int32_t {
+    return engine.FromBuffer(buffer, size);
+  });
 }
 
 int32_t MultiLayerGetBufferSize(MultiLayerHandle handle, uint64_t* size) {
-  return WithEngine(
-      handle, [&](const MultiLayerCoeff& engine) -> int32_t { return engine.GetBufferSize(size); });
+  return WithEngine(__func__, handle, [&](const MultiLayerCoeff& engine) -> int32_t {
+    return engine.GetBufferSize(size);
+  });
 }

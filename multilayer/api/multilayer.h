@@ -8,10 +8,10 @@
  *
  * ORDER OF CALLS
  *   1. MultiLayerCreateHandle
- *   2. Luminance, each primary on its own:  MultiLayerSetParamLum, MultiLayerComputeLum
+ *   2. Luminance, each primary on its own: MultiLayerSetParamLum, MultiLayerComputeLum.
  *      White, the three primaries together: MultiLayerSetParamWhite, optionally
- * MultiLayerSetRGBXYZ, MultiLayerComputeWhite, then any number of MultiLayerComputeWhiteSingle or,
- * instead, an earlier result:      MultiLayerLoad or MultiLayerFromBuffer
+ *        MultiLayerSetRGBXYZ, MultiLayerComputeWhite, any number of MultiLayerComputeWhiteSingle.
+ *      Or, instead of both, an earlier result: MultiLayerLoad or MultiLayerFromBuffer.
  *   3. MultiLayerGet, MultiLayerSave, MultiLayerToBuffer or MultiLayerExportToImge
  *   4. MultiLayerRelease frees results and parameters; the handle can be used again from step 2
  *   5. MultiLayerDestroyHandle
@@ -32,7 +32,7 @@
  *   Threads. Nothing is locked and nothing is shared: different handles may be used by different
  *     threads at the same time, one handle by one thread at a time. The library starts no threads.
  *   Exceptions never cross this interface. When memory runs out, the status is
- *     MULTILAYER_REJECTED, and the handle can be used further.
+ *     MULTILAYER_REJECTED, one line is logged, and the handle can be used further.
  *   Strings are NUL-terminated and are passed to the operating system unchanged.
  *
  * Needs nothing but <stdint.h>; compiles as C99 and as C++.
@@ -125,7 +125,7 @@ typedef struct MultiLayerResult {
 MULTILAYER_EXPORT int32_t MultiLayerCreateHandle(MultiLayerHandle* out);
 
 /* Does nothing, for any value: an engine lives as long as the process. Call MultiLayerRelease first
- * to get the memory of its results back; what remains is under a kilobyte. */
+ * to get the memory of its results back; what remains is under two kilobytes. */
 MULTILAYER_EXPORT void MultiLayerDestroyHandle(MultiLayerHandle handle);
 
 /* Sets the parameters of luminance mode.
@@ -140,7 +140,7 @@ MULTILAYER_EXPORT void MultiLayerDestroyHandle(MultiLayerHandle handle);
  *                        iterate -1 ascending; otherwise in the order in which they will be shown.
  *   iterate              -1: one computation from all layers (Norm). Otherwise one layer at a time,
  *                        starting at this step (0 for a new run).
- *   coef_layer_num       coefficient layers to compute, 1 to 32768; those beyond the captured ones
+ *   coef_layer_num       coefficient layers to compute, 1 to 16384; those beyond the captured ones
  *                        follow one position apart.
  *   bit_width            of the positions, 16 to 24.
  * Everything is copied. Statuses: 0, MULTILAYER_NULL, MULTILAYER_BAD_MAT, MULTILAYER_REJECTED.
@@ -219,8 +219,8 @@ MULTILAYER_EXPORT int32_t MultiLayerComputeWhiteSingle(MultiLayerHandle handle,
  *   copy                 0 or less: data points into the engine, valid until the next call that
  *                        changes it. 1 or more: data is a copy from malloc, yours to free().
  * A matrix that does not exist (yet) has a descriptor of zeros and null data.
- * Statuses: 0, MULTILAYER_NULL; MULTILAYER_REJECTED when memory for copies has run out (then no
- * descriptor holds data). */
+ * Statuses: 0, MULTILAYER_NULL; MULTILAYER_REJECTED when memory for copies has run out, or a loaded
+ * matrix is larger than an int32 of bytes (then no descriptor holds data). */
 MULTILAYER_EXPORT int32_t MultiLayerGet(MultiLayerHandle handle, MultiLayerResult* out, int copy);
 
 /* Brings the engine back to its constructed state and frees all it holds. The handle stays usable.

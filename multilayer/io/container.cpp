@@ -76,14 +76,14 @@ void ReadChannel(ByteReader& reader, const cv::Mat& mat, int channel) {
 
 int32_t HasExtension(const std::string& fullname, const std::string& extension) {
   constexpr int32_t kMismatch = 8;
+  // What follows a NUL would never reach the operating system.
   const bool ends_with =
-      fullname.size() > extension.size() &&
+      fullname.size() > extension.size() && fullname.find('\0') == std::string::npos &&
       fullname.compare(fullname.size() - extension.size(), std::string::npos, extension) == 0;
   return ends_with ? 0 : kMismatch;
 }
 
 void WriteMat(ByteWriter& writer, const cv::Mat& mat) {
-  CV_DbgAssert(mat.dims <= 2);
   if (mat.empty() || mat.dims != 2) {
     writer.Put(MatHeader{});
     return;
@@ -123,8 +123,10 @@ void ReadMat(ByteReader& reader, cv::Mat& mat) {
   const uint64_t count = static_cast<uint64_t>(header.rows) * static_cast<uint64_t>(header.cols);
   const uint64_t element_size = value_size * static_cast<uint64_t>(header.channels);
   constexpr uint64_t kLargest = uint64_t{1} << 48;
-  // A stream of tiny matrices costs far more bookkeeping than elements.
-  constexpr uint64_t kBookkeeping = sizeof(cv::UMatData);
+  // A stream of tiny matrices costs far more bookkeeping than elements: beside the matrix library's
+  // record, an address and up to 64 bytes of alignment with the elements, and 16 bytes of the heap
+  // for either block.
+  constexpr uint64_t kBookkeeping = sizeof(cv::UMatData) + sizeof(void*) + 64 + 2 * 16;
   if (!reader.Claim(count < kLargest ? count * element_size + kBookkeeping : UINT64_MAX)) {
     return;
   }

@@ -24,9 +24,10 @@ cv::Mat ToImage(const cv::Mat& coef) {
   return image;
 }
 
-// The colour conversion takes three or four channels; half floats have no norm.
+// The colour conversion takes three or four channels; half floats have no norm; a PNG has at most a
+// million rows and columns.
 bool CanBeImage(const cv::Mat& coef) {
-  return !coef.empty() && coef.depth() != CV_16F &&
+  return !coef.empty() && std::max(coef.rows, coef.cols) <= 1000000 && coef.depth() != CV_16F &&
          (coef.channels() == 1 || coef.channels() == 3 || coef.channels() == 4);
 }
 

@@ -48,16 +48,34 @@ cv::Mat SharedOrEmpty(const cv::Mat& matrix, const char* operation) {
 
 }  // namespace
 
-int32_t MultiLayerCoeff::InitLayers(const char* operation, const cv::Mat& gamma_table,
-                                    int32_t coef_layers) {
-  if (const int32_t status = CheckCaptureCount(operation, captureLayer.size()); status != 0) {
-    return status;
+int32_t MultiLayerCoeff::CheckLayers(const char* operation, const cv::Mat& gamma_table,
+                                     int32_t coef_layers) const {
+  constexpr int32_t kRejected = 9;
+  if (coef_layers < 1 || coef_layers > kMaxCoefLayers) {
+    return Fail(kRejected, "%s--Error ::  coef_layer_num %d is not in 1..%d.", operation,
+                coef_layers, kMaxCoefLayers);
+  }
+  if (captureLayer.empty()) {
+    return Fail(kRejected, "%s--Error ::  capture_layers is empty.", operation);
+  }
+  if (captureLayer.size() > static_cast<size_t>(coef_layers)) {
+    return Fail(kRejected, "%s--Error ::  capture_layer_num %zu greater than coef_layer_num %d.",
+                operation, captureLayer.size(), coef_layers);
   }
   for (const int32_t level : captureLayer) {
     if (level < 0 || level >= gamma_table.cols) {
-      return Fail(9, "%s--Error ::  capture layer %d is no column of the gamma table of %d.",
+      return Fail(kRejected,
+                  "%s--Error ::  capture layer %d is no column of the gamma table of %d.",
                   operation, level, gamma_table.cols);
     }
+  }
+  return 0;
+}
+
+int32_t MultiLayerCoeff::InitLayers(const char* operation, const cv::Mat& gamma_table,
+                                    int32_t coef_layers) {
+  if (const int32_t status = CheckLayers(operation, gamma_table, coef_layers); status != 0) {
+    return status;
   }
   // Only the red row sets positions, for all three colours. Its largest output gives the table's
   // bit depth; a table of fewer bits than the coefficients shifts by a negative count, which is
@@ -72,12 +90,13 @@ int32_t MultiLayerCoeff::InitLayers(const char* operation, const cv::Mat& gamma_
   auto* position = positions.ptr<int32_t>(0);
   auto* gap = gaps.ptr<int32_t>(0);
   position[0] = red[captureLayer[0]] >> shift;
-  for (int32_t k = 1; k < capture_layer_num; ++k) {
+  const auto captured = static_cast<int32_t>(captureLayer.size());
+  for (int32_t k = 1; k < captured; ++k) {
     const int32_t gray = red[captureLayer[static_cast<size_t>(k)]] >> shift;
     gap[k] = NearestExponent(WrappingSubtract(gray, position[k - 1]));
     position[k] = WrappingAdd(position[k - 1], uint32_t{1} << gap[k]);
   }
-  for (int32_t k = capture_layer_num; k < coef_layers; ++k) {
+  for (int32_t k = captured; k < coef_layers; ++k) {
     position[k] = WrappingAdd(position[k - 1], 1);
   }
   RepeatFirstRow(positions);

@@ -79,18 +79,20 @@ NormColour NormColourOf(const MultiLayerCoeff& engine, size_t colour) {
 }
 
 int32_t MultiLayerCoeff::Compute(const Meters* red, const Meters* green, const Meters* blue) {
-  if (pos_hardware.empty()) {
+  if (!HasLumParameters()) {
     return Fail(706, "MultiLayerCoeff::Compute--Error ::  Please SetParam before comput.");
-  }
-  // A loaded file may hold any matrix here.
-  if (pos_hardware.type() != CV_32SC1 || pos_hardware.cols != coef_layer_num) {
-    return Fail(706, "MultiLayerCoeff::Compute--Error ::  positions are not those of SetParam.");
   }
   const bool norm = iterate_count == -1;
   // One layer makes no response curve.
   if (norm && red != nullptr && green != nullptr && blue != nullptr && red->size() == 1) {
     return Fail(701, "MultiLayerCoeff::SetInput--Error ::  Input data size not same.");
   }
+  // Borrowed for the call only, however it ends.
+  struct Forget {
+    MultiLayerCoeff& engine;
+    ~Forget() { engine.KeepInput(nullptr, nullptr, nullptr); }
+  };
+  const Forget forget = {*this};
   if (norm) {
     return ComputeNorm(red, green, blue);
   }
@@ -98,20 +100,17 @@ int32_t MultiLayerCoeff::Compute(const Meters* red, const Meters* green, const M
     return status;
   }
   PellixInfo("MultiLayerCoeff::Compute Iteration");
-  const int32_t status = IterateCompute();
-  KeepInput(nullptr, nullptr, nullptr);
-  return status;
+  return IterateCompute();
 }
 
 // The lists are set only when they are complete: memory may run out on the way.
 int32_t MultiLayerCoeff::ComputeNorm(const Meters* red, const Meters* green, const Meters* blue) {
-  if (red == nullptr || green == nullptr || blue == nullptr) {
-    return SetInput(red, green, blue);
+  if (const int32_t status = CheckLists(red, green, blue); status != 0) {
+    return status;
   }
   if (const int32_t status = TakeLayers(red, green, blue); status != 0) {
     return status;
   }
-  KeepInput(nullptr, nullptr, nullptr);
   PellixInfo("MultiLayerCoeff::Compute Norm");
   const Meters* const meters[] = {red, green, blue};
   std::vector<cv::Mat>* const coefs[] = {&coef_r, &coef_g, &coef_b};

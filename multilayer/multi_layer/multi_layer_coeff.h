@@ -34,9 +34,9 @@ class MultiLayerCoeff {
   int32_t bit_width = -1;          // of the coefficient positions, 16..24
   int32_t coef_layer_num = -1;     // coefficient layers to produce; -1 when unset
   // CV_32SC1, 3 x coef_layer_num, rows equal: gray position of each coefficient layer, 0..grayMax.
-  cv::Mat pos_hardware;
+  cv::Mat pos_hardware = cv::Mat_<int32_t>();
   // CV_32SC1, 3 x coef_layer_num, rows equal: base-two logarithm of the step to each position.
-  cv::Mat gap_hardware;
+  cv::Mat gap_hardware = cv::Mat_<int32_t>();
   // 3 fractions by which the target luminance of each colour is lowered.
   std::vector<double> rgb_lum_dec_ratio;
   // The result: CV_32FC1, partition h x w, one matrix a coefficient layer. 1.0 = no correction.
@@ -53,7 +53,7 @@ class MultiLayerCoeff {
   // For each level as the caller gave it, its place in ascending order.
   std::vector<int32_t> iterate_layer_order;
   // CV_64FC1, 3 x capture_layer_num: linear drive of each measured layer, a fraction of full scale.
-  cv::Mat linear_norms_pos;
+  cv::Mat linear_norms_pos = cv::Mat_<double>();
   // The 3 x 3 rgb_to_y matrix by rows; 0, 3 and 6 are the full-scale luminance of R, G and B.
   std::array<float, 9> InitY = {};
   // The measurements of the running computation; borrowed.
@@ -83,8 +83,8 @@ class MultiLayerCoeff {
 
   // Plain luminance mode (Norm).
   // `gamma_table`: 3 rows (R, G, B) x at least 256 columns of int32 (read as int32 whatever the
-  // type
-  //   of at least 4 bytes): column = gray level, value = linear output. Only the red row is used.
+  //   type, of at least 4 bytes): column = gray level, value = linear output. Only the red row is
+  //   used.
   // `ratios`: exactly 3 values. `rgb_to_y`: 9 values, of which 0, 3 and 6 must be positive.
   // `capture_layers`: 1 to `coef_layers` columns of the gamma table, ascending.
   // `coef_layers`: 1 to kMaxCoefLayers. `bits`: 16..24.
@@ -184,7 +184,7 @@ class MultiLayerCoeff {
 
   // Far more layers than make sense; and every count up to here can be written and read back, even
   // of a single LED, within the memory that a reader may claim.
-  static constexpr int32_t kMaxCoefLayers = 32768;
+  static constexpr int32_t kMaxCoefLayers = 16384;
   // Every matrix of a partition must fit a MultiLayerMat, whose size is an int32 of bytes.
   static constexpr int32_t kMaxLeds = 536870911;
 
@@ -192,11 +192,12 @@ class MultiLayerCoeff {
   using Meters = std::vector<LedMeter*>;
 
   int32_t Accept(int32_t status);
-  static int32_t CheckCoefLayers(const char* operation, int32_t coef_layers);
-  int32_t CheckCaptureCount(const char* operation, size_t count) const;
+  bool HasLumParameters() const;
   void SortCaptureLayers(const std::vector<int32_t>& levels);
+  int32_t CheckLayers(const char* operation, const cv::Mat& gamma_table, int32_t coef_layers) const;
   int32_t InitLayers(const char* operation, const cv::Mat& gamma_table, int32_t coef_layers);
 
+  static int32_t CheckLists(const Meters* red, const Meters* green, const Meters* blue);
   int32_t TakeSingle(const Meters* red, const Meters* green, const Meters* blue);
   int32_t TakeLayers(const Meters* red, const Meters* green, const Meters* blue);
   int32_t TakeLinearNorms(const Meters& red, const Meters& green, const Meters& blue);
@@ -213,6 +214,8 @@ class MultiLayerCoeff {
 
   void WriteStream(ByteWriter& writer) const;
   const char* ReadStream(ByteReader& reader);
+
+  bool setter_failed_ = false;  // the last setter: what is loaded afterwards is no parameter
 };
 
 }  // namespace multilayer

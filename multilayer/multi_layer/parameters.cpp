@@ -19,6 +19,16 @@ bool IsGammaTable(const cv::Mat& table) {
          table.elemSize() >= sizeof(int32_t) && table.ptr<int32_t>(0)[table.cols - 1] > 0;
 }
 
+// Counts that no calibration has: refused before anything is stored, sorted or written.
+int32_t CheckLimits(const char* operation, int32_t coef_layers, size_t capture_layers) {
+  constexpr int32_t kMax = MultiLayerCoeff::kMaxCoefLayers;
+  if (coef_layers > kMax || capture_layers > static_cast<size_t>(kMax)) {
+    return Fail(kRejected, "%s--Error ::  coef_layer_num %d and capture_layer_num %zu: at most %d.",
+                operation, coef_layers, capture_layers, kMax);
+  }
+  return 0;
+}
+
 bool IsBitWidth(int32_t bits) { return bits >= 16 && bits <= 24; }
 
 int32_t MaxOf(int32_t bits) { return (int32_t{1} << bits) - 1; }
@@ -37,9 +47,9 @@ int32_t MultiLayerCoeff::SetParamLum(const cv::Mat& gamma_table, const std::vect
 int32_t MultiLayerCoeff::SetParam(const cv::Mat& gamma_table, const std::vector<double>& ratios,
                                   const float* rgb_to_y, const std::vector<int32_t>& capture_layers,
                                   int32_t coef_layers, int32_t bits) {
-  PellixInfo("MultiLayerCoeff::SetParam");
-  if (const int32_t status = CheckCoefLayers("MultiLayerCoeff::SetParam", coef_layers);
-      status != 0) {
+  constexpr const char* kName = "MultiLayerCoeff::SetParam";
+  PellixInfo(kName);
+  if (const int32_t status = CheckLimits(kName, coef_layers, capture_layers.size()); status != 0) {
     return Accept(status);
   }
   coef_layer_num = coef_layers;
@@ -57,13 +67,10 @@ int32_t MultiLayerCoeff::SetParam(const cv::Mat& gamma_table, const std::vector<
                                   int32_t iterate, int32_t coef_layers, int32_t bits) {
   constexpr const char* kName = "MultiLayerCoeff::SetParam Iterate";
   PellixInfo(kName);
-  if (const int32_t status = CheckCoefLayers(kName, coef_layers); status != 0) {
+  if (const int32_t status = CheckLimits(kName, coef_layers, capture_layers.size()); status != 0) {
     return Accept(status);
   }
   coef_layer_num = coef_layers;
-  if (const int32_t status = CheckCaptureCount(kName, capture_layers.size()); status != 0) {
-    return Accept(status);
-  }
   SortCaptureLayers(capture_layers);
   iterate_count = iterate;
   return SetPara(gamma_table, bits, ratios, rgb_to_y, coef_layers);
@@ -109,7 +116,7 @@ int32_t MultiLayerCoeff::SetParamWhite(const cv::Mat& gamma_table, const float* 
     return Accept(
         Fail(kRejected, "%s--Error ::  bitWidth in_bitWidth < 16 || in_bitWidth > 24.", kName));
   }
-  if (const int32_t status = CheckCoefLayers(kName, coef_layers); status != 0) {
+  if (const int32_t status = CheckLimits(kName, coef_layers, capture_layers.size()); status != 0) {
     return Accept(status);
   }
   bit_width = bits;
@@ -162,9 +169,6 @@ void MultiLayerCoeff::Reset() {
   MultiLayerCoeff constructed;
   constructed.bit_width = 0;
   constructed.rgb_lum_dec_ratio.assign(3, 0.0);
-  constructed.linear_norms_pos = cv::Mat_<double>();
-  constructed.pos_hardware = cv::Mat_<int32_t>();
-  constructed.gap_hardware = cv::Mat_<int32_t>();
   constructed.singular_total = singular_total;
   constructed.keep_response_segments = keep_response_segments;
   *this = std::move(constructed);
@@ -173,30 +177,20 @@ void MultiLayerCoeff::Reset() {
 // The last word of every setter: a refusal leaves the engine without parameters, of which empty
 // positions are the sign.
 int32_t MultiLayerCoeff::Accept(int32_t status) {
-  if (status != 0) {
+  setter_failed_ = status != 0;
+  if (setter_failed_) {
     pos_hardware = cv::Mat_<int32_t>();
     gap_hardware = cv::Mat_<int32_t>();
   }
   return status;
 }
 
-int32_t MultiLayerCoeff::CheckCoefLayers(const char* operation, int32_t coef_layers) {
-  if (coef_layers < 1 || coef_layers > kMaxCoefLayers) {
-    return Fail(kRejected, "%s--Error ::  coef_layer_num %d is not in 1..%d.", operation,
-                coef_layers, kMaxCoefLayers);
-  }
-  return 0;
-}
-
-int32_t MultiLayerCoeff::CheckCaptureCount(const char* operation, size_t count) const {
-  if (count < 1) {
-    return Fail(kRejected, "%s--Error ::  capture_layers is empty.", operation);
-  }
-  if (count > static_cast<size_t>(coef_layer_num)) {
-    return Fail(kRejected, "%s--Error ::  capture_layer_num %zu greater than coef_layer_num %d.",
-                operation, count, coef_layer_num);
-  }
-  return 0;
+// White parameters leave the ratios and full-scale luminances unset, and a loaded file may hold
+// positions of any kind.
+bool MultiLayerCoeff::HasLumParameters() const {
+  return !setter_failed_ && !pos_hardware.empty() && pos_hardware.type() == CV_32SC1 &&
+         pos_hardware.cols == coef_layer_num && rgb_lum_dec_ratio.size() == 3 && InitY[0] > 0 &&
+         InitY[3] > 0 && InitY[6] > 0;
 }
 
 // Selection by n passes; the order among equal levels is part of the definition: the entry at the

@@ -62,7 +62,10 @@ const char* MultiLayerCoeff::ReadStream(ByteReader& reader) {
   TransferHead(reader, stored);
   // An engine without layers stores -1.
   const auto layers = static_cast<uint64_t>(std::max(0, stored.coef_layer_num));
-  if (!reader.Claim(3 * layers * sizeof(cv::Mat))) {
+  if (layers > kMaxCoefLayers) {
+    reader.Refuse();
+  }
+  if (reader.refused() || !reader.Claim(3 * layers * sizeof(cv::Mat))) {
     return nullptr;
   }
   for (std::vector<cv::Mat>& list : stored.coefs) {

@@ -292,8 +292,8 @@ TEST_F(Api, FilesAndBuffersRestoreTheResult) {
   ASSERT_EQ(MultiLayerGet(handle_, &result.record, 0), 0);
   EXPECT_EQ(result.record.part_w, 3);
   EXPECT_NEAR(static_cast<float*>(result.r[0].data)[0], 0.9, 1e-6);
-  // Capture levels are not stored: a computation needs a setter first.
-  EXPECT_EQ(ComputeLum(), 9);
+  // Parameters are not stored: a computation needs a setter first.
+  EXPECT_EQ(ComputeLum(), 706);
   std::filesystem::remove(path);
 }
 
@@ -308,7 +308,7 @@ TEST_F(Api, RunningOutOfMemoryIsAStatusAndTheHandleStaysUsable) {
   ASSERT_EQ(MultiLayerSetParamLum(handle_, &gamma_, kRatios, kRgbToY, kLayers, 4, -1,
                                   MultiLayerCoeff::kMaxCoefLayers, 16),
             0);
-  // 32768 layers of 512 x 512 floats a colour: 96 GiB.
+  // 16384 layers of 512 x 512 floats a colour: 48 GiB.
   for (const auto& meter : set.owned) {
     meter->chroma = cv::Mat::ones(512, 512, CV_32FC1);
     meter->state = cv::Mat::ones(512, 512, CV_8UC1);

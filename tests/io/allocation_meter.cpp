@@ -21,6 +21,9 @@ void Remove(size_t size) { live -= size; }
 // Each block of operator new carries its size in front.
 constexpr size_t kFront = alignof(std::max_align_t);
 
+// What the matrix library asks for beyond the elements: the block's address, and its alignment.
+constexpr size_t kAround = sizeof(void*) + 64;
+
 class CountingAllocator : public cv::MatAllocator {
  public:
   cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, size_t* step,
@@ -28,14 +31,14 @@ class CountingAllocator : public cv::MatAllocator {
     cv::UMatData* block =
         cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, flags, usage);
     block->prevAllocator = block->currAllocator = this;
-    Add(data == nullptr ? block->size : 0);
+    Add(data == nullptr ? block->size + kAround : 0);
     return block;
   }
   bool allocate(cv::UMatData* block, cv::AccessFlag, cv::UMatUsageFlags) const override {
     return block != nullptr;
   }
   void deallocate(cv::UMatData* block) const override {
-    Remove((block->flags & cv::UMatData::USER_ALLOCATED) == 0 ? block->size : 0);
+    Remove((block->flags & cv::UMatData::USER_ALLOCATED) == 0 ? block->size + kAround : 0);
     cv::Mat::getStdAllocator()->deallocate(block);
   }
 };

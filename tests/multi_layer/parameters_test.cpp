@@ -113,8 +113,9 @@ TEST(Parameters, RefusalsGiveOneLineAndLeaveNoParameters) {
       {[](auto& p) { p.coef_layers = 3; }, "capture_layer_num 4 greater than coef_layer_num 3"},
       {[](auto& p) { p.capture_layers[1] = 256; }, "capture layer 256 is no column"},
       {[](auto& p) { p.capture_layers[1] = -1; }, "capture layer -1 is no column"},
-      {[](auto& p) { p.coef_layers = 0; }, "coef_layer_num 0 is not in 1..32768"},
-      {[](auto& p) { p.coef_layers = std::numeric_limits<int>::max(); }, "is not in 1..32768"},
+      {[](auto& p) { p.coef_layers = 0; }, "coef_layer_num 0 is not in 1..16384"},
+      {[](auto& p) { p.coef_layers = std::numeric_limits<int>::max(); }, "at most 16384"},
+      {[](auto& p) { p.capture_layers.assign(20000, 1); }, "at most 16384"},
   };
   for (const int32_t iterate : {-1, 0}) {
     for (const Refusal& refusal : refusals) {
@@ -132,6 +133,53 @@ TEST(Parameters, RefusalsGiveOneLineAndLeaveNoParameters) {
       EXPECT_EQ(LumParameters().Set(engine), 0) << "a good call must be accepted again";
     }
   }
+}
+
+// What is loaded after a refusal is no parameter, and white parameters are none for luminance.
+TEST(Parameters, OnlyAnAcceptedLuminanceSetterAllowsLuminance) {
+  const std::vector<LedMeter*> none;
+  MultiLayerCoeff computed;
+  ASSERT_EQ(LumParameters().Set(computed), 0);
+  computed.coef_r = computed.coef_g = computed.coef_b = {cv::Mat::ones(1, 1, CV_32FC1)};
+  uint64_t size = 0;
+  ASSERT_EQ(computed.GetBufferSize(&size), 0);
+  std::vector<uint8_t> bytes(size);
+  ASSERT_EQ(computed.ToBuffer(bytes.data(), &size), 0);
+
+  MultiLayerCoeff engine;
+  LumParameters refused;
+  refused.bits = 15;
+  ASSERT_EQ(LumParameters().Set(engine), 0);
+  ASSERT_EQ(refused.Set(engine), 9);
+  ASSERT_EQ(engine.FromBuffer(bytes.data(), size), 0);
+  EXPECT_EQ(engine.Compute(&none, &none, &none), 706);
+  ASSERT_EQ(LumParameters().Set(engine), 0);
+  EXPECT_EQ(engine.Compute(&none, &none, &none), 701) << "only the lists are wrong now";
+
+  const float xyz[9] = {};
+  for (const bool released : {false, true}) {
+    MultiLayerCoeff white;
+    if (released) {
+      white.Reset();
+    }
+    ASSERT_EQ(white.SetParamWhite(LinearGamma(), xyz, xyz, {1, 2}, 2, -1, 16), 0);
+    EXPECT_EQ(white.Compute(&none, &none, &none), 706);
+  }
+}
+
+TEST(Parameters, SetParaTakesTheLayersItIsGiven) {
+  MultiLayerCoeff engine;
+  const LumParameters parameters;
+  ASSERT_EQ(parameters.Set(engine), 0);
+  const auto set = [&](int32_t coef_layers) {
+    return engine.SetPara(parameters.gamma_table, 16, parameters.ratios, parameters.rgb_to_y.data(),
+                          coef_layers);
+  };
+  EXPECT_EQ(set(1), 9) << "four are captured";
+  EXPECT_EQ(set(-1), 9);
+  engine.capture_layer_num = 1000;
+  EXPECT_EQ(set(4), 0);
+  EXPECT_EQ(engine.pos_hardware.cols, 4);
 }
 
 TEST(Parameters, FieldsStoredBeforeARefusalStayVisible) {
@@ -167,7 +215,8 @@ TEST(Parameters, WhiteRefusals) {
        "coef_layer_num!!!."},
       {LinearGamma(), {}, 4, 16, "capture_layers is empty"},
       {LinearGamma(), {300}, 4, 16, "capture layer 300 is no column"},
-      {LinearGamma(), {1}, 0, 16, "coef_layer_num 0 is not in 1..32768"},
+      {LinearGamma(), {1}, 0, 16, "capture_layer_num greater than coef_layer_num!!!."},
+      {LinearGamma(), {}, 0, 16, "coef_layer_num 0 is not in 1..16384"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.message);

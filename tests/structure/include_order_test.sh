@@ -24,6 +24,8 @@ expect 0 multilayer/io/a.cpp pellix/pellix.h
 expect 0 simulation/a.cpp multilayer/api/multilayer.h
 expect 0 tool/deeper/a.cpp simulation/wall.h
 expect 0 tests/meter/a.cpp tests/support/meters.h
+expect 0 tests/tool/a.cpp tool/scan.h
+expect 1 tool/a.cpp tests/support/meters.h
 expect 1 multilayer/io/a.cpp multilayer/meter/led_meter.h
 expect 1 multilayer/meter/a.h multilayer/color/chroma.h
 expect 1 multilayer/color/a.c multilayer/multi_layer/multi_layer_coeff.h

@@ -109,7 +109,7 @@ TEST(Job, TellsWhatIsWrong) {
       {capture + "[target]\ndecrease = [0.1, 0.2, 1.0]\n",
        ":5: target.decrease[2] is 1: must be -1 to 0.999"},
       {capture + "[coefficients]\nlayers = 99999999999\n",
-       ":5: coefficients.layers is 99999999999: must be 2 to 32768"},
+       ":5: coefficients.layers is 99999999999: must be 2 to 16384"},
       {"verify = 3\n" + capture, ":1: verify is 3: must be a table, [verify]"},
       {capture + "[coefficients]\nbit_width = 18\n",
        ":5: coefficients.bit_width is 18: must be at most the bits of the display's linear output"},
