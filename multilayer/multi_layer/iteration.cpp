@@ -75,6 +75,9 @@ int32_t MultiLayerCoeff::IterateCompute() {
 // Whether another step of either iteration may be taken. A loaded engine may know other layers than
 // those of its order.
 int32_t MultiLayerCoeff::CheckStep(const char* operation) const {
+  if (setter_failed_) {
+    return Fail(706, "%s--Error ::  Please SetParam before comput.", operation);
+  }
   if (iterate_count < 0) {
     return Fail(9, "%s--Error ::  iterate_count %d is below 0.", operation, iterate_count);
   }

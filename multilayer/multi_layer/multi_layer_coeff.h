@@ -140,15 +140,26 @@ class MultiLayerCoeff {
   int32_t Input(const std::vector<LedMeter*>* red, const std::vector<LedMeter*>* green,
                 const std::vector<LedMeter*>* blue);
 
-  // One step of the luminance iteration.
+  // One step of the luminance iteration, from the first record of each colour that SetInput keeps:
+  // multiplies the layers of the step (docs/numerics.md) by target / measured of every usable LED.
+  // Step 0 starts new coefficients and applies the decrease ratios; later steps aim at full scale,
+  // so hand in measurements that are aligned to the full-scale mean. Steps 0..capture_layer_num.
+  // Returns 0; 705 no step left; 706 coefficients of another size (or none) at a later step; 9 no
+  // measurement, or layers that are not those of the parameters. A refusal changes nothing.
   int32_t IterateCompute();
 
   // --- White -------------------------------------------------------------------------------------
 
-  // One white step from the measured white of every LED of `part`.
+  // One white step: solves, for every LED of `part`, the gains that move the measured `white` (at
+  // full scale) to the target, and adds gain - 1 to the layers of the step. Step 0 sets them.
+  // Returns 0; 1 no target white; 705 no step left; 706 coefficients of another size at a later
+  // step; 9 the bundle, the partition or the primaries are refused. A refusal changes nothing but
+  // the partition, which the first step binds.
   int32_t ComputeWhite(const ChromaXYZ& white, const PartRecord& part);
 
-  // Corrects the one layer that was captured at `cur_gray_value`.
+  // Adds the correction of one white step to the one layer that was captured at `cur_gray_value`;
+  // layers above the captured ones are not touched. Returns 0; 1; 706 before any computation or
+  // without its coefficients; 707 a level that was not captured; 9 as ComputeWhite.
   int32_t ComputeWhiteSingle(const ChromaXYZ& white, int32_t cur_gray_value);
 
   // --- Results -----------------------------------------------------------------------------------
