@@ -11,6 +11,7 @@ set(record_headers
 set(core_headers
   ${record_headers}
   color/chroma.h
+  color/white_coeff.h
   io/byte_stream.h
   io/container.h
   multi_layer/multi_layer_coeff.h)
