@@ -57,7 +57,7 @@ void CountLeds(benchmark::State& state, const Wall& wall) {
 void Shipped(benchmark::State& state, const Wall& wall) {
   MultiLayerCoeff engine;
   wall.Prepare(engine);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     if (engine.Compute(&wall.meters[0], &wall.meters[1], &wall.meters[2]) != 0) {
       state.SkipWithError("refused");
     }
@@ -69,7 +69,7 @@ void Shipped(benchmark::State& state, const Wall& wall) {
 void Plain(benchmark::State& state, const Wall& wall) {
   MultiLayerCoeff engine;
   wall.Prepare(engine);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     if (engine.SetInput(&wall.meters[0], &wall.meters[1], &wall.meters[2]) != 0) {
       state.SkipWithError("refused");
     }
@@ -81,7 +81,7 @@ void Plain(benchmark::State& state, const Wall& wall) {
 // Sums the measurements and writes a value into fresh coefficients.
 void Floor(benchmark::State& state, const Wall& wall) {
   const cv::Size size = wall.meters[0][0]->chroma.size();
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     std::vector<cv::Mat> coefs;
     for (size_t c = 0; c < 3; ++c) {
       uint64_t sum = 0;

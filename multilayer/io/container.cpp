@@ -126,7 +126,9 @@ void ReadMat(ByteReader& reader, cv::Mat& mat) {
   // A stream of tiny matrices costs far more bookkeeping than elements: beside the matrix library's
   // record, an address and up to 64 bytes of alignment with the elements, and 16 bytes of the heap
   // for either block.
-  constexpr uint64_t kBookkeeping = sizeof(cv::UMatData) + sizeof(void*) + 64 + 2 * 16;
+  constexpr uint64_t kAlignment = 64;
+  constexpr uint64_t kHeap = 32;
+  constexpr uint64_t kBookkeeping = sizeof(cv::UMatData) + sizeof(void*) + kAlignment + kHeap;
   if (!reader.Claim(count < kLargest ? count * element_size + kBookkeeping : UINT64_MAX)) {
     return;
   }

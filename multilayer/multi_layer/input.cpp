@@ -28,18 +28,10 @@ void FillList(std::vector<cv::Mat>& list, int32_t count, const cv::Mat& model) {
 
 }  // namespace
 
-// How every input begins.
-int32_t MultiLayerCoeff::CheckLists(const Meters* red, const Meters* green, const Meters* blue) {
+int32_t MultiLayerCoeff::SetInput(const Meters* red, const Meters* green, const Meters* blue) {
   PellixInfo("MultiLayerCoeff::SetInput");
   if (red == nullptr || green == nullptr || blue == nullptr) {
     return Fail(1, "MultiLayerCoeff::SetInput--Error ::  data nullptr.");
-  }
-  return 0;
-}
-
-int32_t MultiLayerCoeff::SetInput(const Meters* red, const Meters* green, const Meters* blue) {
-  if (const int32_t status = CheckLists(red, green, blue); status != 0) {
-    return status;
   }
   return red->size() == 1 ? TakeSingle(red, green, blue) : Input(red, green, blue);
 }

@@ -82,19 +82,14 @@ int32_t MultiLayerCoeff::Compute(const Meters* red, const Meters* green, const M
   if (!HasLumParameters()) {
     return Fail(706, "MultiLayerCoeff::Compute--Error ::  Please SetParam before comput.");
   }
-  const bool norm = iterate_count == -1;
-  // One layer makes no response curve.
-  if (norm && red != nullptr && green != nullptr && blue != nullptr && red->size() == 1) {
-    return Fail(701, "MultiLayerCoeff::SetInput--Error ::  Input data size not same.");
-  }
   // Borrowed for the call only, however it ends.
   struct Forget {
     MultiLayerCoeff& engine;
     ~Forget() { engine.KeepInput(nullptr, nullptr, nullptr); }
   };
   const Forget forget = {*this};
-  if (norm) {
-    return ComputeNorm(red, green, blue);
+  if (iterate_count == -1 && red != nullptr && green != nullptr && blue != nullptr) {
+    return ComputeNorm(*red, *green, *blue);
   }
   if (const int32_t status = SetInput(red, green, blue); status != 0) {
     return status;
@@ -104,15 +99,17 @@ int32_t MultiLayerCoeff::Compute(const Meters* red, const Meters* green, const M
 }
 
 // The lists are set only when they are complete: memory may run out on the way.
-int32_t MultiLayerCoeff::ComputeNorm(const Meters* red, const Meters* green, const Meters* blue) {
-  if (const int32_t status = CheckLists(red, green, blue); status != 0) {
-    return status;
+int32_t MultiLayerCoeff::ComputeNorm(const Meters& red, const Meters& green, const Meters& blue) {
+  PellixInfo("MultiLayerCoeff::SetInput");
+  // One layer makes no response curve.
+  if (red.size() == 1) {
+    return Fail(701, "MultiLayerCoeff::SetInput--Error ::  Input data size not same.");
   }
-  if (const int32_t status = TakeLayers(red, green, blue); status != 0) {
+  if (const int32_t status = TakeLayers(&red, &green, &blue); status != 0) {
     return status;
   }
   PellixInfo("MultiLayerCoeff::Compute Norm");
-  const Meters* const meters[] = {red, green, blue};
+  const Meters* const meters[] = {&red, &green, &blue};
   std::vector<cv::Mat>* const coefs[] = {&coef_r, &coef_g, &coef_b};
   const cv::Size size(part_x_y_w_h.w, part_x_y_w_h.h);
   for (size_t c = 0; c < 3; ++c) {

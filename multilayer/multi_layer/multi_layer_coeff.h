@@ -208,14 +208,13 @@ class MultiLayerCoeff {
   int32_t CheckLayers(const char* operation, const cv::Mat& gamma_table, int32_t coef_layers) const;
   int32_t InitLayers(const char* operation, const cv::Mat& gamma_table, int32_t coef_layers);
 
-  static int32_t CheckLists(const Meters* red, const Meters* green, const Meters* blue);
   int32_t TakeSingle(const Meters* red, const Meters* green, const Meters* blue);
   int32_t TakeLayers(const Meters* red, const Meters* green, const Meters* blue);
   int32_t TakeLinearNorms(const Meters& red, const Meters& green, const Meters& blue);
   int32_t CheckShape(const LedMeter& record) const;
   void KeepInput(const Meters* red, const Meters* green, const Meters* blue);
 
-  int32_t ComputeNorm(const Meters* red, const Meters* green, const Meters* blue);
+  int32_t ComputeNorm(const Meters& red, const Meters& green, const Meters& blue);
 
   int32_t CheckStep(const char* operation) const;
   bool HoldsLayers(int32_t count) const;
