@@ -1,13 +1,14 @@
 // The Norm computation: as shipped, as defined, and the floor (read the inputs once, write the
 // outputs once), on one thread, in one run. Ends with the ratios and a comparison of the bytes.
+#include <algorithm>
+#include <array>
 #include <cstdio>
-#include <cstring>
-#include <map>
 #include <string>
 
 #include <benchmark/benchmark.h>
 #include <opencv2/core.hpp>
 
+#include "bench/harness.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
 #include "multilayer/multi_layer/norm_plain.h"
 #include "simulation/measure.h"
@@ -15,20 +16,23 @@
 namespace multilayer {
 namespace {
 
+using bench::CountLeds;
+using bench::ReadAll;
+
 constexpr int32_t kCoefLayers = 10;
 const std::vector<int32_t> kLevels = {32, 48, 64, 96, 128, 160, 192, 255};
 
 // A measured partition and the parameters to calibrate it.
 struct Wall {
-  Wall(int32_t width, int32_t height) {
+  explicit Wall(cv::Size wall_size) : size(wall_size) {
     simulation::WallParameters parameters;
-    parameters.screen_w = width;
-    parameters.screen_h = height;
+    parameters.screen_w = size.width;
+    parameters.screen_h = size.height;
     gamma_table = simulation::MakeGammaTable(256, 16, 2.2);
     const simulation::Scene scene = {parameters, simulation::Controller(gamma_table, 16),
                                      simulation::Camera({})};
     measured = scene.Measure(
-        simulation::MakePartition(parameters, {0, 0, width, height, width, height}), kLevels);
+        simulation::MakePartition(parameters, simulation::WholeScreen(parameters)), kLevels);
     for (size_t c = 0; c < 3; ++c) {
       meters[c] = simulation::Pointers(measured[c]);
       rgb_to_y[3 * c] = static_cast<float>(parameters.full_scale[c]);
@@ -43,16 +47,12 @@ struct Wall {
     }
   }
 
+  cv::Size size;
   cv::Mat gamma_table;
   simulation::MeasuredLayers measured;
   std::array<std::vector<LedMeter*>, 3> meters;
   std::array<float, 9> rgb_to_y = {};
 };
-
-void CountLeds(benchmark::State& state, const Wall& wall) {
-  const auto leds = static_cast<double>(wall.meters[0][0]->chroma.total());
-  state.counters["LEDs"] = benchmark::Counter(leds, benchmark::Counter::kIsIterationInvariantRate);
-}
 
 void Shipped(benchmark::State& state, const Wall& wall) {
   MultiLayerCoeff engine;
@@ -62,7 +62,7 @@ void Shipped(benchmark::State& state, const Wall& wall) {
       state.SkipWithError("refused");
     }
   }
-  CountLeds(state, wall);
+  CountLeds(state, wall.size);
 }
 
 // The definition with its input assembly, as a computation is called.
@@ -75,35 +75,26 @@ void Plain(benchmark::State& state, const Wall& wall) {
     }
     NormPlain(engine);
   }
-  CountLeds(state, wall);
+  CountLeds(state, wall.size);
 }
 
 // Sums the measurements and writes a value into fresh coefficients.
 void Floor(benchmark::State& state, const Wall& wall) {
-  const cv::Size size = wall.meters[0][0]->chroma.size();
   while (state.KeepRunning()) {
     std::vector<cv::Mat> coefs;
-    for (size_t c = 0; c < 3; ++c) {
+    for (const std::vector<LedMeter*>& meters : wall.meters) {
       uint64_t sum = 0;
-      const auto add = [&sum](const cv::Mat& mat) {
-        const auto* words = reinterpret_cast<const uint32_t*>(mat.data);
-        const size_t count = mat.total() * mat.elemSize() / sizeof(uint32_t);
-        for (size_t i = 0; i < count; ++i) {
-          sum += words[i];
-        }
-      };
-      for (const LedMeter* meter : wall.meters[c]) {
-        add(meter->chroma);
-        add(meter->state);
+      for (const LedMeter* meter : meters) {
+        sum += ReadAll(meter->chroma) + ReadAll(meter->state);
       }
       for (int32_t k = 0; k < kCoefLayers; ++k) {
-        coefs.emplace_back(size, CV_32FC1);
+        coefs.emplace_back(wall.size, CV_32FC1);
         std::fill_n(coefs.back().ptr<float>(0), coefs.back().total(), static_cast<float>(sum));
       }
     }
     benchmark::DoNotOptimize(coefs);
   }
-  CountLeds(state, wall);
+  CountLeds(state, wall.size);
 }
 
 bool SameBytes(const Wall& wall) {
@@ -114,70 +105,31 @@ bool SameBytes(const Wall& wall) {
   shipped.Compute(&wall.meters[0], &wall.meters[1], &wall.meters[2]);
   plain.SetInput(&wall.meters[0], &wall.meters[1], &wall.meters[2]);
   NormPlain(plain);
-  const auto same = [](const std::vector<cv::Mat>& a, const std::vector<cv::Mat>& b) {
-    for (size_t k = 0; k < b.size(); ++k) {
-      if (std::memcmp(a[k].data, b[k].data, b[k].total() * b[k].elemSize()) != 0) {
-        return false;
-      }
-    }
-    return a.size() == b.size();
-  };
-  return same(shipped.coef_r, plain.coef_r) && same(shipped.coef_g, plain.coef_g) &&
-         same(shipped.coef_b, plain.coef_b);
+  return bench::SameBytes(shipped.coef_r, plain.coef_r) &&
+         bench::SameBytes(shipped.coef_g, plain.coef_g) &&
+         bench::SameBytes(shipped.coef_b, plain.coef_b);
 }
 
-// Prints as usual and keeps the medians.
-class Medians : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.aggregate_name == "median") {
-        seconds_[run.run_name.function_name] = run.real_accumulated_time;
-      }
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  double Ratio(const std::string& a, const std::string& b) { return seconds_[a] / seconds_[b]; }
-
- private:
-  std::map<std::string, double> seconds_;
-};
-
 int Run() {
-  const std::pair<int32_t, int32_t> sizes[] = {{256, 256}, {1920, 1080}};
   bool all_same = true;
-  std::vector<std::string> lines;
-  for (const auto& [width, height] : sizes) {
-    const Wall wall(width, height);
-    std::string suffix = "/";
-    suffix += std::to_string(width) + "x" + std::to_string(height);
-    using Function = void (*)(benchmark::State&, const Wall&);
-    for (const auto& [name, function] :
-         {std::pair<const char*, Function>("floor", Floor), {"norm", Shipped}, {"plain", Plain}}) {
-      benchmark::RegisterBenchmark(
-          (name + suffix).c_str(),
-          [run = function, &wall](benchmark::State& state) { run(state, wall); })
-          ->Unit(benchmark::kMillisecond)
-          ->Repetitions(5)
-          ->ReportAggregatesOnly();
-    }
-    Medians medians;
-    benchmark::RunSpecifiedBenchmarks(&medians);
-    benchmark::ClearRegisteredBenchmarks();
+  std::string lines;
+  for (const cv::Size size : {cv::Size(256, 256), cv::Size(1920, 1080)}) {
+    const Wall wall(size);
+    const std::string suffix = bench::SizeSuffix(size);
+    bench::Medians medians;
+    bench::RunAll<Wall>(wall, suffix, {{"floor", Floor}, {"norm", Shipped}, {"plain", Plain}},
+                        medians);
     const bool same = SameBytes(wall);
     all_same &= same;
     char line[160];
-    std::snprintf(line, sizeof line, "%5d x %-5d %8.1f x faster %8.1f x      %s", width, height,
-                  medians.Ratio("plain" + suffix, "norm" + suffix),
+    std::snprintf(line, sizeof line, "%5d x %-5d %8.1f x faster %8.1f x      %s\n", size.width,
+                  size.height, medians.Ratio("plain" + suffix, "norm" + suffix),
                   medians.Ratio("norm" + suffix, "floor" + suffix), same ? "equal" : "DIFFERENT");
-    lines.emplace_back(line);
+    lines += line;
   }
   std::printf("\nNorm, %zu captured and %d coefficient layers, medians of 5\n", kLevels.size(),
               kCoefLayers);
-  std::printf("     LEDs      against plain    against floor   bytes\n");
-  for (const std::string& line : lines) {
-    std::printf("%s\n", line.c_str());
-  }
+  std::printf("     LEDs      against plain    against floor   bytes\n%s", lines.c_str());
   return all_same ? 0 : 1;
 }
 

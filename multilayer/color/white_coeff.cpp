@@ -41,12 +41,14 @@ int32_t WhiteCoeff::SetRGBXYZ(const float* m) {
   if (m == nullptr) {
     return kRejected;
   }
-  rgb2xyz.create(3, 3, CV_32FC1);
+  // New elements: a copy of this object may share the old ones.
+  cv::Mat matrix(3, 3, CV_32FC1);
   for (int k = 0; k < 3; ++k) {
     for (int c = 0; c < 3; ++c) {
-      rgb2xyz.at<float>(k, c) = m[3 * c + k];
+      matrix.at<float>(k, c) = m[3 * c + k];
     }
   }
+  rgb2xyz = matrix;
   return 0;
 }
 
@@ -105,7 +107,8 @@ int32_t WhiteCoeff::Compute(const ChromaXYZ& w, const PartRecord& p) {
 // All checks of Compute. The partition stays bound when a later one fails.
 int32_t WhiteCoeff::Bind(const ChromaXYZ& w, const PartRecord& p) {
   const bool fixed = !rgb2xyz.empty();
-  if (target_white == nullptr || (!fixed && rgb_xyz[0].empty())) {
+  const bool measured = !rgb_xyz[0].empty() && !rgb_xyz[1].empty() && !rgb_xyz[2].empty();
+  if (target_white == nullptr || !(fixed ? IsFloatPlane(rgb2xyz, 3, 3) : measured)) {
     return Fail(kRejected,
                 "WhiteCoeff::Compute--Error :: no target white or no RGB to XYZ matrix.");
   }
@@ -129,9 +132,10 @@ int32_t WhiteCoeff::Bind(const ChromaXYZ& w, const PartRecord& p) {
       return Fail(kRejected, "WhiteCoeff::Compute-- W XYZ and rgb_xyz data size mismatched");
     }
   }
-  // Restored from a file, they may be anything.
+  // Restored from a file, they may be anything; without one of them, all start anew.
+  const bool restart = coef_r.empty() || coef_g.empty() || coef_b.empty();
   for (const cv::Mat* gain : {&coef_r, &coef_g, &coef_b}) {
-    if (!gain->empty() && !IsFloatPlane(*gain, height, width)) {
+    if (!restart && !IsFloatPlane(*gain, height, width)) {
       return Fail(kRejected, "WhiteCoeff::Compute-- gains and W XYZ data size mismatched");
     }
   }

@@ -19,23 +19,6 @@ float Rounded(float gain, double increment) {
 
 }  // namespace
 
-Inverse3::Inverse3(const Matrix3& m) {
-  const auto at = [&m](size_t row, size_t col) { return static_cast<double>(m[row][col]); };
-  // Entry (i, j) of the adjugate is the cofactor of (j, i): rows and columns taken in cyclic order
-  // carry its sign.
-  for (size_t i = 0; i < 3; ++i) {
-    for (size_t j = 0; j < 3; ++j) {
-      const size_t r1 = (j + 1) % 3;
-      const size_t r2 = (j + 2) % 3;
-      const size_t c1 = (i + 1) % 3;
-      const size_t c2 = (i + 2) % 3;
-      adjugate[i][j] = at(r1, c1) * at(r2, c2) - at(r1, c2) * at(r2, c1);
-    }
-  }
-  determinant = at(0, 0) * adjugate[0][0] + at(0, 1) * adjugate[1][0] + at(0, 2) * adjugate[2][0];
-  singular = static_cast<float>(determinant) == 0.0F;
-}
-
 void AddIncrements(const Inverse3& inverse, const WhiteRow& row, size_t count) {
   if (inverse.singular) {
     return;
@@ -50,26 +33,35 @@ void AddIncrements(const Inverse3& inverse, const WhiteRow& row, size_t count) {
   }
 }
 
+// Written out, without a branch, so that the compiler takes several LEDs at a time.
 int32_t AddIncrements(const PrimaryRows& primaries, const WhiteRow& row, size_t count) {
+  const auto& [x, y, z] = primaries;
+  const float* const xr = x[0];
+  const float* const xg = x[1];
+  const float* const xb = x[2];
+  const float* const yr = y[0];
+  const float* const yg = y[1];
+  const float* const yb = y[2];
+  const float* const zr = z[0];
+  const float* const zg = z[1];
+  const float* const zb = z[2];
+  const auto [dx, dy, dz] = row.delta;
+  float* __restrict const r = row.gain[0];
+  float* __restrict const g = row.gain[1];
+  float* __restrict const b = row.gain[2];
   int32_t singular = 0;
   for (size_t i = 0; i < count; ++i) {
-    Matrix3 m;
-    for (size_t k = 0; k < 3; ++k) {
-      for (size_t c = 0; c < 3; ++c) {
-        m[k][c] = primaries[k][c][i];
-      }
-    }
-    const Inverse3 inverse(m);
-    if (inverse.singular) {
-      ++singular;
-      continue;
-    }
-    const Doubles d = {static_cast<double>(row.delta[0][i]), static_cast<double>(row.delta[1][i]),
-                       static_cast<double>(row.delta[2][i])};
-    for (size_t c = 0; c < 3; ++c) {
-      row.gain[c][i] =
-          Rounded(row.gain[c][i], Increment(inverse.adjugate[c], d, inverse.determinant));
-    }
+    const Inverse3 inverse({{{xr[i], xg[i], xb[i]}, {yr[i], yg[i], yb[i]}, {zr[i], zg[i], zb[i]}}});
+    const Doubles d = {static_cast<double>(dx[i]), static_cast<double>(dy[i]),
+                       static_cast<double>(dz[i])};
+    const auto moved = [&](float gain, size_t c) {
+      const float rounded = Rounded(gain, Increment(inverse.adjugate[c], d, inverse.determinant));
+      return inverse.singular ? gain : rounded;
+    };
+    r[i] = moved(r[i], 0);
+    g[i] = moved(g[i], 1);
+    b[i] = moved(b[i], 2);
+    singular += static_cast<int32_t>(inverse.singular);
   }
   return singular;
 }

@@ -13,12 +13,26 @@ using Matrix3 = std::array<std::array<float, 3>, 3>;
 
 // M^-1 = adjugate / determinant, in double from the float entries of M, whose products are exact.
 struct Inverse3 {
-  explicit Inverse3(const Matrix3& m);
+  explicit Inverse3(const Matrix3& m)
+      : adjugate{{{Minor(m, 1, 1, 2, 2), Minor(m, 2, 1, 0, 2), Minor(m, 0, 1, 1, 2)},
+                  {Minor(m, 1, 2, 2, 0), Minor(m, 2, 2, 0, 0), Minor(m, 0, 2, 1, 0)},
+                  {Minor(m, 1, 0, 2, 1), Minor(m, 2, 0, 0, 1), Minor(m, 0, 0, 1, 1)}}},
+        determinant(static_cast<double>(m[0][0]) * adjugate[0][0] +
+                    static_cast<double>(m[0][1]) * adjugate[1][0] +
+                    static_cast<double>(m[0][2]) * adjugate[2][0]),
+        singular(static_cast<float>(determinant) == 0.0F) {}
 
   std::array<std::array<double, 3>, 3> adjugate;
   double determinant;
   // By definition the determinant is judged as a float: exactly 0 is singular, tiny or NaN is not.
   bool singular;
+
+ private:
+  // m(r1, c1) m(r2, c2) - m(r1, c2) m(r2, c1): rows and columns in cyclic order carry the sign.
+  static double Minor(const Matrix3& m, size_t r1, size_t c1, size_t r2, size_t c2) {
+    return static_cast<double>(m[r1][c1]) * static_cast<double>(m[r2][c2]) -
+           static_cast<double>(m[r1][c2]) * static_cast<double>(m[r2][c1]);
+  }
 };
 
 // One row of LEDs.

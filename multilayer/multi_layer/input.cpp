@@ -41,14 +41,17 @@ int32_t MultiLayerCoeff::Input(const Meters* red, const Meters* green, const Met
   if (status != 0) {
     return status;
   }
-  const cv::Size size = red->front()->chroma.size();
+  PrepareLists();
+  return 0;
+}
+
+// Segments of (0, 0) and coefficients of 1.0 in fresh storage.
+void MultiLayerCoeff::PrepareLists() {
+  const cv::Size size(part_x_y_w_h.w, part_x_y_w_h.h);
   for (std::vector<cv::Mat>& segments : response_segments) {
     FillList(segments, capture_layer_num, cv::Mat(size, CV_32FC2, cv::Scalar::all(0.0)));
   }
-  for (std::vector<cv::Mat>* coefs : {&coef_r, &coef_g, &coef_b}) {
-    FillList(*coefs, coef_layer_num, cv::Mat(size, CV_32FC1, cv::Scalar(1.0)));
-  }
-  return 0;
+  MakeCoefs();
 }
 
 // The shortcut for one record a colour: no counts, no layers, nothing prepared.

@@ -22,11 +22,11 @@ void Factors(const LedMeter& meter, double target, int row, std::vector<float>& 
   }
 }
 
-// Corrects the layers of one colour, row by row, so that each is read and written once.
+// Corrects the layers of one colour, row by row, so that each is read and written once. `factors`
+// holds a row.
 void Refine(const LedMeter& meter, double target, bool first, const std::vector<int32_t>& layers,
-            int32_t capture_layers, std::vector<cv::Mat>& coefs) {
+            int32_t capture_layers, std::vector<cv::Mat>& coefs, std::vector<float>& factors) {
   const auto top = static_cast<size_t>(capture_layers) - 1;
-  std::vector<float> factors(static_cast<size_t>(meter.chroma.cols));
   for (int row = 0; row < meter.chroma.rows; ++row) {
     Factors(meter, target, row, factors);
     for (const int32_t layer : layers) {
@@ -47,26 +47,34 @@ void Refine(const LedMeter& meter, double target, bool first, const std::vector<
 int32_t MultiLayerCoeff::IterateCompute() {
   constexpr const char* kName = "MultiLayerCoeff::IterateCompute";
   PellixInfo(kName);
-  if (input_r == nullptr || input_g == nullptr || input_b == nullptr) {
-    return Fail(9, "%s--Error ::  no measurement.", kName);
+  for (const Meters* list : {input_r, input_g, input_b}) {
+    if (list == nullptr || list->empty() || list->front() == nullptr) {
+      return Fail(9, "%s--Error ::  no measurement.", kName);
+    }
+    // The partition may have changed since the input was taken.
+    if (const int32_t status = CheckShape(*list->front()); status != 0) {
+      return status;
+    }
   }
   if (const int32_t status = CheckStep(kName); status != 0) {
     return status;
   }
+  const LedMeter* const meters[] = {input_r->front(), input_g->front(), input_b->front()};
+  const std::vector<int32_t> layers = LayersOfStep(iterate_layer_order, iterate_count);
+  std::vector<float> factors(static_cast<size_t>(part_x_y_w_h.w));
   const bool first = iterate_count == 0;
   if (first) {
-    MakeCoefs(1.0F);
-  } else if (!HoldsLayers(coef_layer_num)) {
+    MakeCoefs();
+  } else if (!HoldsLayers()) {
     return Fail(706, "%s--Error ::  coefficients are not those of the partition and parameters.",
                 kName);
   }
+  Unshare();
   // The decrease is applied once: later steps are measured on a wall that shows it.
-  const std::vector<int32_t> layers = LayersOfStep(iterate_layer_order, iterate_count);
-  const LedMeter* const meters[] = {input_r->front(), input_g->front(), input_b->front()};
   for (size_t c = 0; c < 3; ++c) {
     const double share = first ? 1 - rgb_lum_dec_ratio[c] : 1.0;
     const double target = static_cast<double>(InitY[3 * c]) * share;
-    Refine(*meters[c], target, first, layers, capture_layer_num, *ColourLists()[c]);
+    Refine(*meters[c], target, first, layers, capture_layer_num, *ColourLists()[c], factors);
   }
   ++iterate_count;
   return 0;
@@ -85,30 +93,54 @@ int32_t MultiLayerCoeff::CheckStep(const char* operation) const {
       iterate_layer_order.size() != static_cast<size_t>(capture_layer_num)) {
     return Fail(9, "%s--Error ::  the layers are not those of the parameters.", operation);
   }
+  const auto is_layer = [this](int32_t e) { return e >= 0 && e < capture_layer_num; };
+  if (!std::all_of(iterate_layer_order.begin(), iterate_layer_order.end(), is_layer)) {
+    return Fail(9, "%s--Error ::  iterate_layer_order names layers that are not there.", operation);
+  }
   if (iterate_count > capture_layer_num) {
     return Fail(705, "%s--Error ::  max number iterations has been reached.", operation);
   }
   return 0;
 }
 
-// Whether each colour has at least `count` matrices of the partition's size.
-bool MultiLayerCoeff::HoldsLayers(int32_t count) const {
-  const auto fits = [this](const cv::Mat& coef) {
-    return coef.dims == 2 && coef.type() == CV_32FC1 && coef.rows == part_x_y_w_h.h &&
-           coef.cols == part_x_y_w_h.w;
-  };
-  const auto holds = [&](const std::vector<cv::Mat>& list) {
-    return list.size() >= static_cast<size_t>(count) && std::all_of(list.begin(), list.end(), fits);
+bool MultiLayerCoeff::FitsPartition(const cv::Mat& coef) const {
+  return coef.dims == 2 && coef.type() == CV_32FC1 && coef.rows == part_x_y_w_h.h &&
+         coef.cols == part_x_y_w_h.w;
+}
+
+// Whether each colour has coef_layer_num matrices of the partition's size.
+bool MultiLayerCoeff::HoldsLayers() const {
+  const auto holds = [this](const std::vector<cv::Mat>& list) {
+    return list.size() == static_cast<size_t>(coef_layer_num) &&
+           std::all_of(list.begin(), list.end(),
+                       [this](const cv::Mat& coef) { return FitsPartition(coef); });
   };
   return holds(coef_r) && holds(coef_g) && holds(coef_b);
 }
 
-// coef_layer_num matrices a colour, each with its own elements.
-void MultiLayerCoeff::MakeCoefs(float value) {
+// coef_layer_num matrices of 1.0 a colour, each with its own elements; all of them or, if memory
+// runs out, none.
+void MultiLayerCoeff::MakeCoefs() {
+  std::array<std::vector<cv::Mat>, 3> made;
+  for (std::vector<cv::Mat>& list : made) {
+    list.resize(static_cast<size_t>(coef_layer_num));
+    for (cv::Mat& coef : list) {
+      coef = cv::Mat(part_x_y_w_h.h, part_x_y_w_h.w, CV_32FC1, cv::Scalar(1.0));
+    }
+  }
+  for (size_t c = 0; c < 3; ++c) {
+    ColourLists()[c]->swap(made[c]);
+  }
+}
+
+// Steps work in place: matrices that somebody else holds too (another entry, a copy of the engine, a
+// host) are replaced by copies first.
+void MultiLayerCoeff::Unshare() {
   for (std::vector<cv::Mat>* list : ColourLists()) {
-    list->assign(static_cast<size_t>(coef_layer_num), cv::Mat());
     for (cv::Mat& coef : *list) {
-      coef = cv::Mat(part_x_y_w_h.h, part_x_y_w_h.w, CV_32FC1, cv::Scalar(value));
+      if (coef.u == nullptr || coef.u->refcount != 1) {
+        coef = coef.clone();
+      }
     }
   }
 }

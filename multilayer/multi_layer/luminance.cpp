@@ -91,11 +91,29 @@ int32_t MultiLayerCoeff::Compute(const Meters* red, const Meters* green, const M
   if (iterate_count == -1 && red != nullptr && green != nullptr && blue != nullptr) {
     return ComputeNorm(*red, *green, *blue);
   }
-  if (const int32_t status = SetInput(red, green, blue); status != 0) {
+  if (const int32_t status = TakeForIteration(red, green, blue); status != 0) {
     return status;
   }
   PellixInfo("MultiLayerCoeff::Compute Iteration");
   return IterateCompute();
+}
+
+// As SetInput; but a full list makes new coefficients, so it must first be sure that there is a
+// step to take, or the old ones would be lost for nothing.
+int32_t MultiLayerCoeff::TakeForIteration(const Meters* red, const Meters* green,
+                                          const Meters* blue) {
+  if (red == nullptr || green == nullptr || blue == nullptr || red->size() == 1) {
+    return SetInput(red, green, blue);
+  }
+  PellixInfo("MultiLayerCoeff::SetInput");
+  if (const int32_t status = TakeLayers(red, green, blue); status != 0) {
+    return status;
+  }
+  const int32_t status = CheckStep("MultiLayerCoeff::IterateCompute");
+  if (status == 0) {
+    PrepareLists();
+  }
+  return status;
 }
 
 // The lists are set only when they are complete: memory may run out on the way.

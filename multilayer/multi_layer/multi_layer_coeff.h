@@ -23,7 +23,8 @@ class WhiteCoeff;
 // operation that can fail returns a status, 0 for success (multilayer/api/multilayer.h lists them),
 // and logs one line when it refuses. Three states: without parameters (pos_hardware is empty), with
 // parameters (a setter returned 0), computed (the coefficient lists hold coef_layer_num matrices a
-// colour). Not thread-safe: one engine belongs to one thread at a time; engines share nothing.
+// colour). Not thread-safe: one engine belongs to one thread at a time; engines share nothing, and a
+// copy of an engine shares only matrices that neither changes in place.
 class MultiLayerCoeff {
  public:
   // --- State, in the order in which it is defined ------------------------------------------------
@@ -144,17 +145,19 @@ class MultiLayerCoeff {
   // multiplies the layers of the step (docs/numerics.md) by target / measured of every usable LED.
   // Step 0 starts new coefficients and applies the decrease ratios; later steps aim at full scale,
   // so hand in measurements that are aligned to the full-scale mean. Steps 0..capture_layer_num.
-  // Returns 0; 705 no step left; 706 coefficients of another size (or none) at a later step; 9 no
-  // measurement, or layers that are not those of the parameters. A refusal changes nothing.
+  // Returns 0; 705 no step left; 706 the last setter was refused, or at a later step, coefficients
+  // of another size or number; 9 no measurement, or layers that are not those of the parameters. A
+  // refusal changes nothing.
   int32_t IterateCompute();
 
   // --- White -------------------------------------------------------------------------------------
 
   // One white step: solves, for every LED of `part`, the gains that move the measured `white` (at
   // full scale) to the target, and adds gain - 1 to the layers of the step. Step 0 sets them.
-  // Returns 0; 1 no target white; 705 no step left; 706 coefficients of another size at a later
-  // step; 9 the bundle, the partition or the primaries are refused. A refusal changes nothing but
-  // the partition, which the first step binds.
+  // Returns 0; 1 no target white; 705 no step left; 706 the last setter was refused, or at a later
+  // step, coefficients of another size or number; 9 the bundle, the partition or the primaries are
+  // refused. An invalid bundle, null target and null matrix are refused without a log line. A
+  // refusal changes nothing but the partition, which the first step binds.
   int32_t ComputeWhite(const ChromaXYZ& white, const PartRecord& part);
 
   // Adds the correction of one white step to the one layer that was captured at `cur_gray_value`;
@@ -212,13 +215,17 @@ class MultiLayerCoeff {
   int32_t TakeLayers(const Meters* red, const Meters* green, const Meters* blue);
   int32_t TakeLinearNorms(const Meters& red, const Meters& green, const Meters& blue);
   int32_t CheckShape(const LedMeter& record) const;
+  void PrepareLists();
   void KeepInput(const Meters* red, const Meters* green, const Meters* blue);
 
+  int32_t TakeForIteration(const Meters* red, const Meters* green, const Meters* blue);
   int32_t ComputeNorm(const Meters& red, const Meters& green, const Meters& blue);
 
   int32_t CheckStep(const char* operation) const;
-  bool HoldsLayers(int32_t count) const;
-  void MakeCoefs(float value);
+  bool FitsPartition(const cv::Mat& coef) const;
+  bool HoldsLayers() const;
+  void MakeCoefs();
+  void Unshare();
   std::array<std::vector<cv::Mat>*, 3> ColourLists();
   int32_t TakeWhiteStep(const ChromaXYZ& white, const PartRecord& part, WhiteCoeff& step) const;
 

@@ -36,6 +36,9 @@ int32_t MultiLayerCoeff::ComputeWhite(const ChromaXYZ& white, const PartRecord& 
   if (ChromaXYZ::Check(&white) != 0) {
     return kRejected;
   }
+  if (int64_t{part.w} * part.h > kMaxLeds) {
+    return Fail(kRejected, "%s--Error :: partition of %d x %d LEDs", kName, part.w, part.h);
+  }
   if (part_x_y_w_h.h == -1) {
     part_x_y_w_h = part;
   } else if (part_x_y_w_h.w != part.w || part_x_y_w_h.h != part.h) {
@@ -43,7 +46,7 @@ int32_t MultiLayerCoeff::ComputeWhite(const ChromaXYZ& white, const PartRecord& 
   }
   const bool first = iterate_count == 0;
   const bool unset = coef_r.empty() || coef_g.empty() || coef_b.empty();
-  if (!first && !unset && !HoldsLayers(coef_layer_num)) {
+  if (!first && !unset && !HoldsLayers()) {
     return Fail(706, "%s--Error ::  coefficients are not those of the partition and parameters.",
                 kName);
   }
@@ -51,11 +54,12 @@ int32_t MultiLayerCoeff::ComputeWhite(const ChromaXYZ& white, const PartRecord& 
   if (const int32_t status = TakeWhiteStep(white, part, step); status != 0) {
     return status;
   }
+  if (first || unset) {
+    MakeCoefs();
+  }
+  Unshare();
   singular_total = static_cast<int32_t>(static_cast<uint32_t>(singular_total) +
                                         static_cast<uint32_t>(step.singular_count));
-  if (first || unset) {
-    MakeCoefs(1.0F);
-  }
   const std::vector<int32_t> layers = LayersOfStep(iterate_layer_order, iterate_count);
   const cv::Mat* const gains[] = {&step.coef_r, &step.coef_g, &step.coef_b};
   for (size_t c = 0; c < 3; ++c) {
@@ -84,6 +88,9 @@ int32_t MultiLayerCoeff::ComputeWhiteSingle(const ChromaXYZ& white, int32_t cur_
   if (part_x_y_w_h.w == -1) {
     return Fail(706, "%s--Error :: Please comput first!!", kName);
   }
+  if (setter_failed_) {
+    return Fail(706, "%s--Error :: Please SetParam before comput.", kName);
+  }
   // A loaded engine may know more layers than their levels.
   const auto known =
       std::min(captureLayer.size(), static_cast<size_t>(std::max(0, capture_layer_num)));
@@ -92,14 +99,17 @@ int32_t MultiLayerCoeff::ComputeWhiteSingle(const ChromaXYZ& white, int32_t cur_
   if (found == end) {
     return Fail(707, "%s--Error :: cur_gray_value not exist !!", kName);
   }
-  if (!HoldsLayers(capture_layer_num)) {
-    return Fail(706, "%s--Error :: Please comput first!!", kName);
+  const auto layer = static_cast<size_t>(found - captureLayer.begin());
+  for (const std::vector<cv::Mat>* list : ColourLists()) {
+    if (list->size() < static_cast<size_t>(capture_layer_num) || !FitsPartition((*list)[layer])) {
+      return Fail(706, "%s--Error :: Please comput first!!", kName);
+    }
   }
   WhiteCoeff step;
   if (const int32_t status = TakeWhiteStep(white, part_x_y_w_h, step); status != 0) {
     return status;
   }
-  const auto layer = static_cast<size_t>(found - captureLayer.begin());
+  Unshare();
   AddCorrection(step.coef_r, coef_r[layer]);
   AddCorrection(step.coef_g, coef_g[layer]);
   AddCorrection(step.coef_b, coef_b[layer]);

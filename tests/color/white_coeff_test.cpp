@@ -1,13 +1,14 @@
 // White balance of every LED: closed forms, the plain definition, the matrix library, and the file.
 #include "multilayer/color/white_coeff.h"
 
+#include <array>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
 
+#include "multilayer/color/white_plain.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/meters.h"
 
@@ -37,58 +38,41 @@ ChromaXYZ Random(cv::RNG& random, cv::Size size, double x, double y, double z) {
   return bundle;
 }
 
-struct Led {
-  float m[3][3];  // rows X, Y, Z; columns R, G, B
-  float delta[3];
-};
-
-// The definition, cofactor by cofactor; false for a singular matrix.
-bool Increments(const Led& led, double (&increment)[3]) {
-  const double a = led.m[0][0], b = led.m[0][1], c = led.m[0][2];
-  const double d = led.m[1][0], e = led.m[1][1], f = led.m[1][2];
-  const double g = led.m[2][0], h = led.m[2][1], i = led.m[2][2];
-  const double x = led.delta[0], y = led.delta[1], z = led.delta[2];
-  const double det = a * (e * i - f * h) + b * (f * g - d * i) + c * (d * h - e * g);
-  if (static_cast<float>(det) == 0.0F) {
-    return false;
-  }
-  increment[0] = ((e * i - f * h) * x + (c * h - b * i) * y + (b * f - c * e) * z) / det;
-  increment[1] = ((f * g - d * i) * x + (a * i - c * g) * y + (c * d - a * f) * z) / det;
-  increment[2] = ((d * h - e * g) * x + (b * g - a * h) * y + (a * e - b * d) * z) / det;
-  return true;
-}
-
 // Within 1e-6 of the terms' magnitude, beyond the rounding of the gain itself.
-void ExpectNearMatrixLibrary(const Led& led, int channel, float gain) {
+void ExpectNearMatrixLibrary(const Matrix3& entries, const std::array<float, 3>& delta,
+                             size_t channel, float gain) {
   cv::Mat m(3, 3, CV_64FC1);
   for (int row = 0; row < 3; ++row) {
     for (int col = 0; col < 3; ++col) {
-      m.at<double>(row, col) = static_cast<double>(led.m[row][col]);
+      m.at<double>(row, col) =
+          static_cast<double>(entries[static_cast<size_t>(row)][static_cast<size_t>(col)]);
     }
   }
   const cv::Mat inverse = m.inv();
   double scale = 0;
   double solution = 1;
   for (int k = 0; k < 3; ++k) {
-    const double term = inverse.at<double>(channel, k) * static_cast<double>(led.delta[k]);
+    const double term = inverse.at<double>(static_cast<int>(channel), k) *
+                        static_cast<double>(delta[static_cast<size_t>(k)]);
     scale += std::abs(term);
     solution += term;
   }
   EXPECT_NEAR(gain, solution, 1e-6 * scale + 6e-8 * std::abs(solution));
 }
 
-void ExpectDefinedGains(const Led& led, const float (&gains)[3]) {
-  double increments[3] = {0, 0, 0};
-  const bool regular = Increments(led, increments);
-  for (int c = 0; c < 3; ++c) {
+void ExpectDefinedGains(const Matrix3& m, const std::array<float, 3>& delta,
+                        const std::array<float, 3>& gains) {
+  const std::array<double, 3> increments = WhitePlain(m, delta);
+  const bool singular = Inverse3(m).singular;
+  for (size_t c = 0; c < 3; ++c) {
     const auto expected = static_cast<float>(1.0 + increments[c]);
     if (std::isnan(expected)) {
       EXPECT_TRUE(std::isnan(gains[c]));
       continue;
     }
     EXPECT_EQ(gains[c], expected);
-    if (regular) {
-      ExpectNearMatrixLibrary(led, c, gains[c]);
+    if (!singular) {
+      ExpectNearMatrixLibrary(m, delta, c, gains[c]);
     }
   }
 }
@@ -145,16 +129,16 @@ TEST(WhiteCoeff, GivesTheBitsOfTheDefinition) {
       const ChromaXYZ* const primaries[] = {&red, &green, &blue};
       for (int row = 0; row < 3; ++row) {
         for (int col = 0; col < cols; ++col) {
-          Led led;
+          Matrix3 m;
           for (size_t c = 0; c < 3; ++c) {
-            led.m[0][c] = fixed ? nine[3 * c] : primaries[c]->X(row, col);
-            led.m[1][c] = fixed ? nine[3 * c + 1] : primaries[c]->Y(row, col);
-            led.m[2][c] = fixed ? nine[3 * c + 2] : primaries[c]->Z(row, col);
+            m[0][c] = fixed ? nine[3 * c] : primaries[c]->X(row, col);
+            m[1][c] = fixed ? nine[3 * c + 1] : primaries[c]->Y(row, col);
+            m[2][c] = fixed ? nine[3 * c + 2] : primaries[c]->Z(row, col);
           }
-          led.delta[0] = target[0] - white.X(row, col);
-          led.delta[1] = target[1] - white.Y(row, col);
-          led.delta[2] = target[2] - white.Z(row, col);
-          ExpectDefinedGains(led,
+          const std::array<float, 3> delta = {target[0] - white.X(row, col),
+                                              target[1] - white.Y(row, col),
+                                              target[2] - white.Z(row, col)};
+          ExpectDefinedGains(m, delta,
                              {coeff.coef_r.at<float>(row, col), coeff.coef_g.at<float>(row, col),
                               coeff.coef_b.at<float>(row, col)});
         }
@@ -190,6 +174,28 @@ TEST(WhiteCoeff, Refusals) {
   EXPECT_EQ(coeff.Compute(white, PartOf(size)), 9);
   EXPECT_THAT(log.TakeErrors(),
               ElementsAre("WhiteCoeff::Compute-- W XYZ and rgb_xyz data size mismatched"));
+}
+
+TEST(WhiteCoeff, CopiesAndPublicFieldsDoNoHarm) {
+  const cv::Size size(2, 2);
+  const ChromaXYZ white = Constant(0.5F, 0.5F, 0.5F, size);
+  WhiteCoeff coeff;
+  coeff.SetTargetWhite(kOnes);
+  coeff.SetRGBXYZ(kIdentity);
+  WhiteCoeff copy = coeff;
+  const float nine[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+  copy.SetRGBXYZ(nine);
+  EXPECT_EQ(coeff.rgb2xyz.at<float>(0, 1), 0.0F);
+  coeff.rgb2xyz = cv::Mat::eye(2, 2, CV_32FC1);
+  EXPECT_EQ(coeff.Compute(white, PartOf(size)), 9);
+  coeff.rgb2xyz.release();
+  coeff.rgb_xyz = {white, ChromaXYZ(), white};
+  EXPECT_EQ(coeff.Compute(white, PartOf(size)), 9);
+  coeff.SetRGBXYZ(kIdentity);
+  coeff.rgb_xyz = {};
+  coeff.coef_r = cv::Mat::ones(9, 9, CV_32FC1);
+  EXPECT_EQ(coeff.Compute(white, PartOf(size)), 0) << "one gain is missing: all start anew";
+  EXPECT_EQ(coeff.coef_r.size(), size);
 }
 
 TEST(WhiteCoeff, GoldenBytesOfAFile) {

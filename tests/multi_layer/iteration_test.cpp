@@ -110,6 +110,43 @@ TEST_F(Iteration, AFullListStartsFromFreshCoefficients) {
   EXPECT_THAT(At(engine_.coef_r), ElementsAre(4, 4, 4, 4, 4)) << "1.0 times the first record's";
 }
 
+// What C++ callers can do between the input and the step.
+TEST_F(Iteration, StepsOnlyWhatFitsThePartition) {
+  MeterSet set = MakeIdealSet({8, 8}, {{0, 1.0F, 100}}, {100, 200, 50});
+  ASSERT_EQ(engine_.SetInput(&set.red, &set.green, &set.blue), 0);
+  engine_.part_x_y_w_h.w = 2;
+  EXPECT_EQ(engine_.IterateCompute(), 9) << "another partition";
+  engine_.part_x_y_w_h.w = 8;
+  const std::vector<LedMeter*> none;
+  engine_.input_g = &none;
+  EXPECT_EQ(engine_.IterateCompute(), 9) << "an empty list";
+  engine_.input_g = &set.green;
+  engine_.iterate_layer_order = {0, 9, 1};
+  EXPECT_EQ(engine_.IterateCompute(), 9) << "layers that are not there";
+  engine_.iterate_layer_order = {1, 0, 2};
+  EXPECT_EQ(engine_.IterateCompute(), 0);
+}
+
+TEST_F(Iteration, AStepChangesNoMatrixThatSomebodyElseHolds) {
+  ASSERT_EQ(Step(0.5F), 0);
+  const MultiLayerCoeff copy = engine_;
+  engine_.coef_r[4] = engine_.coef_r[0];
+  ASSERT_EQ(Step(0.5F), 0);
+  EXPECT_THAT(At(copy.coef_r), ElementsAre(2, 2, 2, 2, 2));
+  EXPECT_THAT(At(engine_.coef_r), ElementsAre(4, 4, 4, 4, 4));
+}
+
+TEST_F(Iteration, ARefusedFullListKeepsTheCoefficients) {
+  for (int step = 0; step < 4; ++step) {
+    ASSERT_EQ(Step(0.5F), 0);
+  }
+  const std::vector<float> before = At(engine_.coef_g);
+  parameters_.capture_layers = {50, 100, 200};
+  MeterSet set = MakeIdealSet({2, 2}, parameters_.Layers(), {100, 200, 50});
+  EXPECT_EQ(engine_.Compute(&set.red, &set.green, &set.blue), 705);
+  EXPECT_EQ(At(engine_.coef_g), before);
+}
+
 TEST_F(Iteration, Refusals) {
   EXPECT_EQ(engine_.IterateCompute(), 9) << "no measurement";
   engine_.iterate_count = 1;
@@ -117,12 +154,15 @@ TEST_F(Iteration, Refusals) {
   engine_.iterate_count = 0;
   ASSERT_EQ(Step(0.5F), 0);
   EXPECT_EQ(Step(0.5F, {3, 2}), 706) << "another partition";
+  engine_.coef_b.emplace_back(2, 2, CV_32FC1);
+  EXPECT_EQ(Step(0.5F), 706) << "more matrices than layers";
+  engine_.coef_b.pop_back();
   engine_.iterate_count = -2;
   EXPECT_EQ(Step(0.5F), 9);
   engine_.iterate_count = 1;
   engine_.capture_layer_num = 7;
   EXPECT_EQ(Step(0.5F), 9) << "layers that are not those of the parameters";
-  EXPECT_THAT(log_.TakeErrors(), SizeIs(5));
+  EXPECT_THAT(log_.TakeErrors(), SizeIs(6));
   parameters_.iterate = 4;
   ASSERT_EQ(parameters_.Set(engine_), 0);
   EXPECT_EQ(Step(0.5F), 705) << "a start beyond the last step";

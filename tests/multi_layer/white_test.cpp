@@ -148,8 +148,13 @@ TEST_F(White, SingleCorrectsOneCapturedLayer) {
               ElementsAre("MultiLayerCoeff::ComputeWhiteSingle--Error :: cur_gray_value not exist "
                           "!!"));
   EXPECT_EQ(engine_.ComputeWhiteSingle(Bundle(1, 1, 1, {1, 1}), 200), 9);
+  engine_.coef_r[4] = cv::Mat();
+  EXPECT_EQ(engine_.ComputeWhiteSingle(half, 200), 0) << "only its own layer counts";
   engine_.coef_b.resize(2);
   EXPECT_EQ(engine_.ComputeWhiteSingle(half, 200), 706);
+  engine_.coef_b = engine_.coef_g;
+  EXPECT_EQ(engine_.SetParamWhite(LinearGamma(), kIdentity, kWhite, {100, 50, 200}, 5, 0, 99), 9);
+  EXPECT_EQ(engine_.ComputeWhiteSingle(half, 200), 706) << "after a refused setter";
   engine_.Reset();
   EXPECT_EQ(engine_.ComputeWhiteSingle(half, 200), 706);
 }
