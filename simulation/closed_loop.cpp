@@ -10,7 +10,7 @@
 namespace multilayer::simulation {
 namespace {
 
-// The nominal wall before the first step, whatever an earlier run has left.
+// None before the first step, whatever an earlier run has left.
 Correction CorrectionOfStep(const MultiLayerCoeff& engine) {
   return engine.iterate_count == 0 ? Correction{} : CorrectionOf(engine);
 }
@@ -63,11 +63,7 @@ int32_t StepLuminance(MultiLayerCoeff& engine, std::array<LedMeter, 3> photograp
   std::array<std::vector<LedMeter*>, 3> lists;
   for (size_t primary = 0; primary < photographs.size(); ++primary) {
     LedMeter& meter = photographs[primary];
-    if (engine.iterate_count == 0) {
-      DivideByDrive(meter);
-    } else {
-      AlignMean(meter, engine.InitY[3 * primary]);
-    }
+    AlignMean(meter, engine.InitY[3 * primary]);
     lists[primary] = {&meter};
   }
   return engine.Compute(&lists[0], &lists[1], &lists[2]);
