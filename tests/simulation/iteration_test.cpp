@@ -214,8 +214,6 @@ TEST_F(NoiselessIteration, OneMatrixNeedsMoreSteps) {
   };
   const std::vector<double> own = errors_of_two_steps(true);
   const std::vector<double> shared = errors_of_two_steps(false);
-  RecordProperty("own", std::to_string(own[0]) + " " + std::to_string(own[1]));
-  RecordProperty("shared", std::to_string(shared[0]) + " " + std::to_string(shared[1]));
   EXPECT_LT(own[0], 0.0005);
   EXPECT_GT(shared[0], 5.0 * own[0]);
   EXPECT_GT(shared[1], 5.0 * own[1]);
