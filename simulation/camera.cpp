@@ -14,19 +14,29 @@ namespace {
 
 // What the random fields of a camera are for; never to be renumbered, as those of the wall.
 enum Purpose : uint64_t {
-  kNoise = 100,  // + primary
+  kNoise = 100,  // + primary, or 3 for white; + 10 for X, + 20 for Z
   kPlaceX = 200,
   kPlaceY = 201,
 };
 
-constexpr std::array<int32_t, 3> kColors = {COLOR_RED, COLOR_GREEN, COLOR_BLUE};
+constexpr std::array<int32_t, 4> kColors = {COLOR_RED, COLOR_GREEN, COLOR_BLUE, COLOR_GREEN};
 
-double MeanOfLit(const cv::Mat& luminance) {
+// Luminance at full drive.
+double FullScale(const WallParameters& wall, size_t primary) {
+  return primary == kWhite ? wall.full_scale[0] + wall.full_scale[1] + wall.full_scale[2]
+                           : wall.full_scale[primary];
+}
+
+uint64_t NoisePurpose(size_t primary, int32_t type) {
+  return kNoise + primary + (type == CIE_X ? 10 : type == CIE_Z ? 20 : 0);
+}
+
+double MeanOfLit(const cv::Mat& light) {
   double sum = 0.0;
   int64_t lit = 0;
-  for (int32_t row = 0; row < luminance.rows; ++row) {
-    const double* const values = luminance.ptr<double>(row);
-    for (int32_t col = 0; col < luminance.cols; ++col) {
+  for (int32_t row = 0; row < light.rows; ++row) {
+    const double* const values = light.ptr<double>(row);
+    for (int32_t col = 0; col < light.cols; ++col) {
       sum += values[col];
       lit += values[col] > 0.0 ? 1 : 0;
     }
@@ -50,12 +60,13 @@ float Median(const cv::Mat& values) {
 Camera::Camera(const CameraParameters& parameters) : parameters_(parameters) {}
 
 LedMeter Camera::Photograph(const WallParameters& wall, const PartitionTruth& partition,
-                            size_t primary, const LayerRecord& layer, const cv::Mat& luminance,
-                            uint64_t shot) const {
+                            size_t primary, const LayerRecord& layer, const cv::Mat& light,
+                            uint64_t shot, int32_t type) const {
   assert(primary < kColors.size());
-  assert(luminance.type() == CV_64FC1 &&
-         luminance.size() == cv::Size(partition.part.w, partition.part.h));
-  const Exposure exposure = Expose(wall.full_scale[primary], luminance);
+  assert(type == CIE_X || type == CIE_Y || type == CIE_Z);
+  assert(light.type() == CV_64FC1 && light.size() == cv::Size(partition.part.w, partition.part.h));
+  const Exposure exposure = Expose(FullScale(wall, primary), light);
+  const RandomField noise(parameters_.seed, NoisePurpose(primary, type), shot);
   LedMeter meter;
   meter.part = std::make_unique<PartRecord>(partition.part);
   meter.layer = std::make_unique<LayerRecord>(layer);
@@ -63,10 +74,10 @@ LedMeter Camera::Photograph(const WallParameters& wall, const PartitionTruth& pa
       PanelRecord{0, 0, 0, wall.module_w, wall.module_h, static_cast<float>(wall.panel_pitch)});
   meter.capture = std::make_unique<CaptureRecord>(
       CaptureRecord{static_cast<int32_t>(std::lround(exposure.time)), parameters_.gain,
-                    parameters_.aperture, 0, CIE_Y});
+                    parameters_.aperture, 0, type});
   meter.color = kColors[primary];
-  meter.type = CIE_Y;
-  meter.chroma = ReadOut(exposure, partition, primary, luminance, shot);
+  meter.type = type;
+  meter.chroma = ReadOut(exposure, noise, partition.part, light);
   meter.state = Judge(exposure, meter.chroma);
   meter.pos = LocateLeds(wall, partition.part);
   return meter;
@@ -77,26 +88,24 @@ double Camera::RelativeNoise() const {
   return std::sqrt(signal + parameters_.read_noise * parameters_.read_noise) / signal;
 }
 
-Camera::Exposure Camera::Expose(double full_scale, const cv::Mat& luminance) const {
-  const double mean = MeanOfLit(luminance);
+Camera::Exposure Camera::Expose(double full_scale, const cv::Mat& light) const {
+  const double mean = MeanOfLit(light);
   const double longest = parameters_.max_exposure / parameters_.nominal_exposure;
   const double longer = mean * longest > full_scale ? full_scale / mean : longest;
   return {parameters_.nominal_exposure * longer, parameters_.electrons / full_scale * longer};
 }
 
-cv::Mat Camera::ReadOut(const Exposure& exposure, const PartitionTruth& partition, size_t primary,
-                        const cv::Mat& luminance, uint64_t shot) const {
-  const RandomField noise(parameters_.seed, kNoise + primary, shot);
+cv::Mat Camera::ReadOut(const Exposure& exposure, const RandomField& noise, const PartRecord& part,
+                        const cv::Mat& light) const {
   const double read_variance = parameters_.read_noise * parameters_.read_noise;
-  cv::Mat chroma(luminance.size(), CV_32FC1);
+  cv::Mat chroma(light.size(), CV_32FC1);
   for (int32_t row = 0; row < chroma.rows; ++row) {
-    const double* const truth = luminance.ptr<double>(row);
+    const double* const truth = light.ptr<double>(row);
     float* const out = chroma.ptr<float>(row);
     for (int32_t col = 0; col < chroma.cols; ++col) {
       const double signal = exposure.electrons_per_nit * truth[col];
       const double sigma = std::sqrt(signal + read_variance);
-      const double measured =
-          signal + sigma * noise.Normal(partition.part.x + col, partition.part.y + row);
+      const double measured = signal + sigma * noise.Normal(part.x + col, part.y + row);
       out[col] = static_cast<float>(std::max(0.0, measured) / exposure.electrons_per_nit);
     }
   }

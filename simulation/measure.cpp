@@ -1,7 +1,22 @@
 // All measurements of a partition.
 #include "simulation/measure.h"
 
+#include <opencv2/core.hpp>
+
 namespace multilayer::simulation {
+namespace {
+
+// One photograph through each filter.
+MeasuredColour PhotographColour(const Scene& scene, const PartitionTruth& partition, size_t primary,
+                                int32_t level, const Tristimulus& light, uint64_t shot) {
+  const LayerRecord layer = {0, scene.controller.LinearNorm(level), level};
+  const auto photograph = [&](size_t plane, int32_t type) {
+    return scene.camera.Photograph(scene.wall, partition, primary, layer, light[plane], shot, type);
+  };
+  return {photograph(0, CIE_X), photograph(1, CIE_Y), photograph(2, CIE_Z)};
+}
+
+}  // namespace
 
 Correction CorrectionOf(const MultiLayerCoeff& engine) {
   const int32_t* const first = engine.pos_hardware.ptr<int32_t>(0);
@@ -40,6 +55,39 @@ MeasuredLayers Scene::Measure(const PartitionTruth& partition, const std::vector
     }
   }
   return measured;
+}
+
+Tristimulus Scene::ShineWhite(const PartitionTruth& partition, int32_t level,
+                              const Correction& correction) const {
+  Tristimulus white;
+  for (size_t primary = 0; primary < correction.size(); ++primary) {
+    const Tristimulus light = colours.Of(primary, partition.primaries[primary],
+                                         Shine(partition, primary, level, correction));
+    for (size_t plane = 0; plane < white.size(); ++plane) {
+      if (primary == 0) {
+        white[plane] = light[plane].clone();
+      } else {
+        white[plane] += light[plane];
+      }
+    }
+  }
+  return white;
+}
+
+MeasuredColour Scene::MeasureWhite(const PartitionTruth& partition, int32_t level,
+                                   const Correction& correction, uint64_t shot) const {
+  return PhotographColour(*this, partition, kWhite, level, ShineWhite(partition, level, correction),
+                          shot);
+}
+
+MeasuredPrimaries Scene::MeasurePrimaries(const PartitionTruth& partition, int32_t level,
+                                          uint64_t shot) const {
+  const auto measure = [&](size_t primary) {
+    const Tristimulus light =
+        colours.Of(primary, partition.primaries[primary], Shine(partition, primary, level, {}));
+    return PhotographColour(*this, partition, primary, level, light, shot);
+  };
+  return {measure(0), measure(1), measure(2)};
 }
 
 }  // namespace multilayer::simulation

@@ -8,6 +8,7 @@
 #include "multilayer/meter/led_meter.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
 #include "simulation/camera.h"
+#include "simulation/colour.h"
 #include "simulation/display.h"
 #include "simulation/parameters.h"
 #include "simulation/wall.h"
@@ -23,6 +24,12 @@ Correction CorrectionOf(const MultiLayerCoeff& engine);
 // Measurements of red, green and blue, one record a level.
 using MeasuredLayers = std::array<std::vector<LedMeter>, 3>;
 
+// CIE X, Y and Z of one colour, three records of one layer.
+using MeasuredColour = std::array<LedMeter, 3>;
+
+// Those of red, green and blue.
+using MeasuredPrimaries = std::array<MeasuredColour, 3>;
+
 // One colour's records as the engine takes them; they must outlive the list.
 std::vector<LedMeter*> Pointers(std::vector<LedMeter>& records);
 
@@ -30,6 +37,7 @@ struct Scene {
   WallParameters wall;
   Controller controller;
   Camera camera;
+  Colours colours = Colours(wall);
 
   // True luminance of one primary (CV_64FC1, cd/m^2) while the wall shows a gray level.
   cv::Mat Shine(const PartitionTruth& partition, size_t primary, int32_t level,
@@ -39,6 +47,18 @@ struct Scene {
   // the level's linear norm, and is shot number `first_shot` + i: count on to have fresh noise.
   MeasuredLayers Measure(const PartitionTruth& partition, const std::vector<int32_t>& levels,
                          const Correction& correction = {}, uint64_t first_shot = 0) const;
+
+  // True colour of the white, the sum of the primaries, while the wall shows a gray level.
+  Tristimulus ShineWhite(const PartitionTruth& partition, int32_t level,
+                         const Correction& correction) const;
+
+  // Photographs that white, once through each filter. The layer's index is 0.
+  MeasuredColour MeasureWhite(const PartitionTruth& partition, int32_t level,
+                              const Correction& correction = {}, uint64_t shot = 0) const;
+
+  // Photographs each primary of the uncorrected wall, once through each filter.
+  MeasuredPrimaries MeasurePrimaries(const PartitionTruth& partition, int32_t level,
+                                     uint64_t shot = 0) const;
 };
 
 }  // namespace multilayer::simulation

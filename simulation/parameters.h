@@ -31,8 +31,16 @@ struct WallParameters {
   // white for Gaussian spectra of 17, 33 and 24 nm width [computed from V(lambda)], blue rounded up
   // to 1000 cd/m^2 of white in all [choice].
   std::array<double, 3> full_scale = {270.0, 660.0, 70.0};
-  // Nominal wavelengths, nm [choice: common LEDs]: where the slopes below hold.
-  std::array<double, 3> wavelength = {630.0, 525.0, 467.0};
+  // Nominal wavelengths, nm [choice: common LEDs]: peaks of the spectra, near which the slopes below
+  // hold.
+  std::array<double, 3> wavelength = {630.0, 527.0, 467.0};
+  // Spectra: Gaussians of these full widths at half maximum, nm [data sheets], of which a share of
+  // the power is spread over a wider Gaussian of the same peak. Spectra of LEDs have a broad foot,
+  // and a Gaussian alone is too saturated, by 0.05 in green: with the foot, the nominal primaries
+  // are xy (0.693, 0.307), (0.179, 0.719), (0.132, 0.066) [choice: near those of real walls].
+  std::array<double, 3> spectrum_width = {17.0, 33.0, 24.0};
+  double foot_share = 0.15;
+  double foot_width = 100.0;
   // Relative change of luminance per nm of wavelength: the slope of V(lambda) over the primary's
   // spectrum [computed from V(lambda)]. Luminance and wavelength of real LEDs go together.
   std::array<double, 3> luminance_slope = {-0.036, 0.018, 0.047};

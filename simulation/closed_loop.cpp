@@ -1,0 +1,153 @@
+// Steps of the iterations, from photographs.
+#include "simulation/closed_loop.h"
+
+#include <algorithm>
+#include <cassert>
+#include <vector>
+
+#include <opencv2/core.hpp>
+
+namespace multilayer::simulation {
+namespace {
+
+// The nominal wall before the first step, whatever an earlier run has left.
+Correction CorrectionOfStep(const MultiLayerCoeff& engine) {
+  return engine.iterate_count == 0 ? Correction{} : CorrectionOf(engine);
+}
+
+bool StepLeft(const MultiLayerCoeff& engine) {
+  return engine.iterate_count <= engine.capture_layer_num;
+}
+
+// By hand: the matrix library's last bits differ between processors.
+void Scale(cv::Mat& values, double factor) {
+  for (int row = 0; row < values.rows; ++row) {
+    auto* const value = values.ptr<float>(row);
+    std::transform(value, value + values.cols, value,
+                   [factor](float v) { return static_cast<float>(v * factor); });
+  }
+}
+
+// Whether each primary of an LED gives a signal: CV_8UC1, not 0 where they do.
+cv::Mat Alive(const MeasuredPrimaries& primaries) {
+  return (primaries[0][1].state & primaries[1][1].state & primaries[2][1].state & LED_USABLE) != 0;
+}
+
+// Columns are the primaries of one LED.
+cv::Matx33d MatrixOf(const MeasuredPrimaries& primaries, int row, int col) {
+  cv::Matx33d matrix;
+  for (int primary = 0; primary < 3; ++primary) {
+    for (int plane = 0; plane < 3; ++plane) {
+      const LedMeter& meter = primaries[static_cast<size_t>(primary)][static_cast<size_t>(plane)];
+      matrix(plane, primary) = meter.chroma.at<float>(row, col);
+    }
+  }
+  return matrix;
+}
+
+}  // namespace
+
+int32_t LevelOfStep(const MultiLayerCoeff& engine) {
+  assert(engine.iterate_count >= 0 && StepLeft(engine));
+  const auto place = static_cast<size_t>(std::max(0, engine.iterate_count - 1));
+  return engine.captureLayer[static_cast<size_t>(engine.iterate_layer_order[place])];
+}
+
+void DivideByDrive(LedMeter& meter) { Scale(meter.chroma, 1.0 / meter.layer->linear_norms); }
+
+void AlignMean(LedMeter& meter, double mean) {
+  Scale(meter.chroma, mean / cv::mean(meter.chroma, (meter.state & LED_USABLE) != 0)[0]);
+}
+
+int32_t StepLuminance(MultiLayerCoeff& engine, std::array<LedMeter, 3> photographs) {
+  std::array<std::vector<LedMeter*>, 3> lists;
+  for (size_t primary = 0; primary < photographs.size(); ++primary) {
+    LedMeter& meter = photographs[primary];
+    if (engine.iterate_count == 0) {
+      DivideByDrive(meter);
+    } else {
+      AlignMean(meter, engine.InitY[3 * primary]);
+    }
+    lists[primary] = {&meter};
+  }
+  return engine.Compute(&lists[0], &lists[1], &lists[2]);
+}
+
+int32_t StepWhite(MultiLayerCoeff& engine, MeasuredColour white) {
+  std::for_each(white.begin(), white.end(), DivideByDrive);
+  ChromaXYZ bundle;
+  const int32_t status = bundle.Combine(&white[0], &white[1], &white[2]);
+  return status != 0 ? status : engine.ComputeWhite(bundle, *white[0].part);
+}
+
+int32_t IterateLuminance(const Scene& scene, const PartitionTruth& partition,
+                         MultiLayerCoeff& engine, uint64_t first_shot) {
+  int32_t status = 0;
+  while (status == 0 && StepLeft(engine)) {
+    const uint64_t shot = first_shot + static_cast<uint64_t>(engine.iterate_count);
+    MeasuredLayers shown =
+        scene.Measure(partition, {LevelOfStep(engine)}, CorrectionOfStep(engine), shot);
+    status = StepLuminance(engine, {std::move(shown[0].front()), std::move(shown[1].front()),
+                                    std::move(shown[2].front())});
+  }
+  return status;
+}
+
+int32_t IterateWhite(const Scene& scene, const PartitionTruth& partition, MultiLayerCoeff& engine,
+                     uint64_t first_shot) {
+  int32_t status = 0;
+  while (status == 0 && StepLeft(engine)) {
+    const uint64_t shot = first_shot + static_cast<uint64_t>(engine.iterate_count);
+    status = StepWhite(
+        engine, scene.MeasureWhite(partition, LevelOfStep(engine), CorrectionOfStep(engine), shot));
+  }
+  return status;
+}
+
+std::array<float, 9> MeanPrimaries(const MeasuredPrimaries& primaries) {
+  const cv::Mat alive = Alive(primaries);
+  std::array<float, 9> means = {};
+  for (size_t i = 0; i < means.size(); ++i) {
+    means[i] = static_cast<float>(cv::mean(primaries[i / 3][i % 3].chroma, alive)[0]);
+  }
+  return means;
+}
+
+std::array<float, 3> ReachableWhite(const MeasuredPrimaries& primaries, double x, double y,
+                                    double missed) {
+  const cv::Vec3d unit(x / y, 1.0, (1.0 - x - y) / y);
+  const cv::Mat alive = Alive(primaries);
+  std::vector<double> brightest;  // luminance at which the LED's largest gain is 1
+  for (int row = 0; row < alive.rows; ++row) {
+    for (int col = 0; col < alive.cols; ++col) {
+      if (alive.at<uint8_t>(row, col) != 0) {
+        const cv::Vec3d gains = MatrixOf(primaries, row, col).inv() * unit;
+        brightest.push_back(1.0 / std::max({gains[0], gains[1], gains[2]}));
+      }
+    }
+  }
+  assert(!brightest.empty() && missed >= 0.0 && missed < 1.0);
+  const double place = missed * static_cast<double>(brightest.size());
+  const auto weakest = brightest.begin() + static_cast<std::ptrdiff_t>(place);
+  std::nth_element(brightest.begin(), weakest, brightest.end());
+  const cv::Vec3d white = unit * *weakest;
+  return {static_cast<float>(white[0]), static_cast<float>(white[1]), static_cast<float>(white[2])};
+}
+
+int32_t SetPrimaries(MultiLayerCoeff& engine, MeasuredPrimaries& primaries) {
+  std::array<ChromaXYZ, 3> bundles;
+  for (size_t primary = 0; primary < primaries.size(); ++primary) {
+    MeasuredColour& records = primaries[primary];
+    const cv::Mat dead = (records[1].state & LED_USABLE) == 0;
+    for (LedMeter& meter : records) {
+      meter.chroma.setTo(0.0, dead);
+    }
+    const int32_t status = bundles[primary].Combine(&records[0], &records[1], &records[2]);
+    if (status != 0) {
+      return status;
+    }
+  }
+  return engine.SetRGBXYZ(bundles[0], bundles[1], bundles[2]);
+}
+
+}  // namespace multilayer::simulation
