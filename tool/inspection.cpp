@@ -54,10 +54,8 @@ Inspector::Inspector(const Job& job, const std::filesystem::path& coefficients, 
       coefficients_(coefficients),
       truth_(ReadTruth(job.TruthFile())),
       targets_(FindTargets(job)),
-      scene_{truth_.wall, simulation::Controller(job.GammaTable(), job.bit_width),
-             simulation::Camera(truth_.camera)},
-      // Fresh noise: the calibration had the first shots.
-      next_shot_(job.levels.size()) {
+      scene_(MakeScene(job, truth_)),
+      next_shot_(Shots(job).verify) {
   result_.shots = shots;
   result_.noise = scene_.camera.RelativeNoise();
 }

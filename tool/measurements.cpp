@@ -112,13 +112,19 @@ Targets FindTargets(const Job& job) {
 }
 
 void SetParameters(const Job& job, const Targets& targets, MultiLayerCoeff& engine) {
+  constexpr int32_t kOnePass = -1;
+  SetParameters(job, targets, job.levels, kOnePass, engine);
+}
+
+void SetParameters(const Job& job, const Targets& targets, const std::vector<int32_t>& order,
+                   int32_t step, MultiLayerCoeff& engine) {
   std::array<float, 9> rgb_to_y = {};
   for (size_t colour = 0; colour < 3; ++colour) {
     rgb_to_y[3 * colour] = static_cast<float>(targets.luminance[colour]);
   }
   const std::vector<double> decrease(targets.decrease.begin(), targets.decrease.end());
-  const int32_t status = engine.SetParam(job.GammaTable(), decrease, rgb_to_y.data(), job.levels,
-                                         job.layers, job.bit_width);
+  const int32_t status = engine.SetParamLum(job.GammaTable(), decrease, rgb_to_y.data(), order,
+                                            step, job.layers, job.bit_width);
   if (status != 0) {
     throw Failure(Exit::kRefused,
                   "the library refuses the parameters with status " + std::to_string(status));

@@ -36,7 +36,10 @@ struct Targets {
 // kBrokenFile, and kRefused where no LED lives.
 Targets FindTargets(const Job& job);
 
-// Sets the job's parameters and targets on an engine. Throws kRefused.
+// Sets the job's parameters and targets on an engine: for one pass over all levels, or for a step
+// of the iteration, with the levels in its order. Throws kRefused.
 void SetParameters(const Job& job, const Targets& targets, MultiLayerCoeff& engine);
+void SetParameters(const Job& job, const Targets& targets, const std::vector<int32_t>& order,
+                   int32_t step, MultiLayerCoeff& engine);
 
 }  // namespace multilayer::tool

@@ -144,9 +144,7 @@ void RunSimulate(const SimulateOptions& options) {
   truth.camera.electrons = options.electrons;
   RemoveEarlierJob(job, options.force);
   MakeFolder(options.folder);
-  const simulation::Scene scene = {truth.wall,
-                                   simulation::Controller(job.GammaTable(), job.bit_width),
-                                   simulation::Camera(truth.camera)};
+  const simulation::Scene scene = MakeScene(job, truth);
   Progress progress("simulate", parts.size());
   for (const NamedPart& part : parts) {
     WritePartition(job, scene, part);
