@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "simulation/measure.h"
+#include "tool/calibration.h"
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
@@ -112,6 +113,7 @@ void RemoveEarlierJob(const Job& job, bool force) {
   }
   const Job earlier = ReadJob(job.file);
   fs::remove(job.file);
+  fs::remove(CalibrationFile(earlier.Folder()));
   for (const std::string& partition : earlier.partitions) {
     fs::remove(earlier.Folder() / (partition + ".mlcoefs"));
     for (size_t colour = 0; colour < kColours.size(); ++colour) {
