@@ -19,6 +19,7 @@
 #include "tool/job.h"
 #include "tool/measurements.h"
 #include "tool/picture.h"
+#include "tool/step.h"
 #include "tool/table.h"
 
 namespace multilayer::tool {
@@ -33,6 +34,8 @@ struct CalibrateOptions {
   std::vector<int32_t> order;
   std::string primaries;
   bool images = false;
+  bool step = false;
+  bool simulate = false;
 };
 
 // What the call asks for, but for the targets.
@@ -59,14 +62,6 @@ Calibration Plan(const CalibrateOptions& options, const Job& job) {
     throw Failure(Exit::kWrongCall, "--order must name each captured level once");
   }
   return calibration;
-}
-
-void RequireDone(int32_t status, const std::string& partition) {
-  if (status != 0) {
-    throw Failure(
-        Exit::kRefused,
-        partition + ": the library refuses the measurements with status " + std::to_string(status));
-  }
 }
 
 // LEDs of red, green and blue that are flagged.
@@ -121,6 +116,7 @@ Dead Iterate(const Job& job, const Calibration& calibration, const SimulatedWall
              const std::string& name, PartitionEngine& partition) {
   const simulation::PartitionTruth truth = wall.Partition(name);
   simulation::MeasuredPrimaries primaries = wall.Primaries(truth);
+  FullScale(primaries);
   SetParameters(job, calibration, &primaries, partition);
   RequireDone(wall.Iterate(calibration.mode, truth, partition.engine), name);
   Dead dead = {};
@@ -208,19 +204,38 @@ std::optional<SimulatedWall> FindWall(const Job& job, Mode mode) {
     throw Failure(Exit::kWrongCall,
                   "the mode " + std::string(NameOf(mode)) +
                       " photographs the corrected wall between its steps, and this job is of a "
-                      "real one: it has no truth.toml");
+                      "real one: it has no truth.toml. Take it step by step, with --step");
   }
   return std::make_optional<SimulatedWall>(job);
+}
+
+void CheckStep(const CalibrateOptions& options, const Job& job, Mode mode) {
+  if (mode == Mode::kNorm || options.images) {
+    throw Failure(Exit::kWrongCall, "--step is for the modes iterate and white, without --images");
+  }
+  if (options.simulate && !fs::exists(job.TruthFile())) {
+    throw Failure(Exit::kWrongCall,
+                  "--simulate photographs a simulated wall, and this job is of a real one: it has "
+                  "no truth.toml");
+  }
 }
 
 void RunCalibrate(const CalibrateOptions& options) {
   const Job job = ReadJob(options.job);
   const fs::path output = options.output.empty() ? job.Folder() : fs::path(options.output);
   Calibration calibration = Plan(options, job);
+  if (options.step) {
+    CheckStep(options, job, calibration.mode);
+    RunStep(job, calibration, output, !options.order.empty(), options.simulate);
+    return;
+  }
   const std::optional<SimulatedWall> wall = FindWall(job, calibration.mode);
   if (calibration.mode == Mode::kWhite) {
-    calibration.white = FindWhite(
-        job, [&](const std::string& name) { return wall->Primaries(wall->Partition(name)); });
+    calibration.white = FindWhite(job, [&](const std::string& name) {
+      simulation::MeasuredPrimaries primaries = wall->Primaries(wall->Partition(name));
+      FullScale(primaries);
+      return primaries;
+    });
   } else {
     calibration.targets = FindTargets(job);
   }
@@ -276,16 +291,29 @@ Subcommand AddCalibrate(CLI::App& app) {
       ->check(CLI::IsMember({kPerLed, kMean}));
   calibrate->add_flag("--images", options->images,
                       "Also write every coefficient matrix as a PNG, in a folder images");
+  CLI::Option* const step = calibrate->add_flag(
+      "--step", options->step,
+      "Take one step of iterate or white, from measured files, and say what to measure next");
+  calibrate
+      ->add_flag("--simulate", options->simulate, "Let the simulated camera measure the step first")
+      ->needs(step);
   calibrate->footer(
       "Writes PARTITION.mlcoefs for every partition of the job, and calibration.toml, which says\n"
       "how they were computed. All partitions get the same targets, or their seams would show:\n"
       "from the highest captured level of the whole wall, or as the job file says. The modes\n"
       "iterate and white show a level through the coefficients so far, photograph it, and\n"
-      "correct; they need a simulated wall. The comments in a job file that simulate wrote explain "
+      "correct: a simulated wall at once, a real one step by step. Each call of --step reads the\n"
+      "measurements of one step and says what to show next; calibration.toml keeps the count.\n"
+      "The measurements stand beside the job file, for red, green and blue, or for X, Y and Z:\n"
+      "  PARTITION_COLOR_LEVEL_stepN.meter        --mode iterate, CIE Y\n"
+      "  PARTITION_white_PLANE_LEVEL_stepN.meter  --mode white, planes x, y, z\n"
+      "  PARTITION_COLOR_PLANE_LEVEL.meter        --mode white, before all steps: the primaries\n"
+      "with the level in three digits. The comments in a job file that simulate wrote explain "
       "every key;\n"
       "measurements of a real wall need no more than that file.\n\nExample:\n"
       "  multilayer calibrate demo/wall.toml --images\n"
-      "  multilayer calibrate demo/wall.toml --mode white --output demo/white");
+      "  multilayer calibrate demo/wall.toml --mode white --output demo/white\n"
+      "  multilayer calibrate demo/wall.toml --mode iterate --step --simulate");
   return {calibrate, [options] { RunCalibrate(*options); }};
 }
 

@@ -36,7 +36,11 @@ struct Calibration {
   Targets targets;                   // luminance
   std::array<double, 3> white = {};  // X, Y, Z at full drive
 
-  bool Done() const { return steps > static_cast<int32_t>(order.size()); }
+  bool Done() const { return mode == Mode::kNorm || steps > static_cast<int32_t>(order.size()); }
+
+  // The level to be shown before the next step, which there must be: the first one for step 0, and
+  // then one after the other.
+  int32_t NextLevel() const { return order[static_cast<size_t>(steps == 0 ? 0 : steps - 1)]; }
 };
 
 // Of the coefficients in `folder`, if they say. Throws kFileAccess, kBrokenFile.

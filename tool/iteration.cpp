@@ -67,6 +67,20 @@ std::array<double, 3> FindWhite(const Job& job, const PrimariesOf& primaries) {
   return least;
 }
 
+void FullScale(simulation::MeasuredPrimaries& primaries) {
+  for (simulation::MeasuredColour& colour : primaries) {
+    std::for_each(colour.begin(), colour.end(), simulation::DivideByDrive);
+  }
+}
+
+void RequireDone(int32_t status, const std::string& partition) {
+  if (status != 0) {
+    throw Failure(
+        Exit::kRefused,
+        partition + ": the library refuses the measurements with status " + std::to_string(status));
+  }
+}
+
 void SetParameters(const Job& job, const Calibration& calibration,
                    simulation::MeasuredPrimaries* primaries, PartitionEngine& partition) {
   MultiLayerCoeff& engine = partition.engine;
@@ -95,12 +109,20 @@ simulation::PartitionTruth SimulatedWall::Partition(const std::string& name) con
 
 simulation::MeasuredPrimaries SimulatedWall::Primaries(
     const simulation::PartitionTruth& partition) const {
-  simulation::MeasuredPrimaries primaries =
-      scene_.MeasurePrimaries(partition, job_.levels.back(), shots_.primaries);
-  for (simulation::MeasuredColour& colour : primaries) {
-    std::for_each(colour.begin(), colour.end(), simulation::DivideByDrive);
+  return scene_.MeasurePrimaries(partition, job_.levels.back(), shots_.primaries);
+}
+
+std::array<LedMeter, 3> SimulatedWall::Photograph(Mode mode,
+                                                  const simulation::PartitionTruth& partition,
+                                                  int32_t level,
+                                                  const simulation::Correction& shown,
+                                                  int32_t step) const {
+  const uint64_t shot = shots_.steps + static_cast<uint64_t>(step);
+  if (mode == Mode::kWhite) {
+    return scene_.MeasureWhite(partition, level, shown, shot);
   }
-  return primaries;
+  simulation::MeasuredLayers layers = scene_.Measure(partition, {level}, shown, shot);
+  return {std::move(layers[0].front()), std::move(layers[1].front()), std::move(layers[2].front())};
 }
 
 int32_t SimulatedWall::Iterate(Mode mode, const simulation::PartitionTruth& partition,

@@ -30,6 +30,12 @@ struct PartitionEngine {
   std::array<float, 3> white = {};
 };
 
+// Brings photographs of the primaries to full scale.
+void FullScale(simulation::MeasuredPrimaries& primaries);
+
+// Throws kRefused unless the library's status is 0.
+void RequireDone(int32_t status, const std::string& partition);
+
 // Gives the engine the parameters of the calibration's next step. White needs `primaries`, of which
 // it silences dead LEDs; luminance ignores them. Throws kRefused.
 void SetParameters(const Job& job, const Calibration& calibration,
@@ -43,7 +49,13 @@ class SimulatedWall {
 
   simulation::PartitionTruth Partition(const std::string& name) const;
 
+  // At the highest captured level, uncorrected.
   simulation::MeasuredPrimaries Primaries(const simulation::PartitionTruth& partition) const;
+
+  // What the camera sees before a step: luminance of red, green and blue, or X, Y and Z of white.
+  std::array<LedMeter, 3> Photograph(Mode mode, const simulation::PartitionTruth& partition,
+                                     int32_t level, const simulation::Correction& shown,
+                                     int32_t step) const;
 
   // All steps that are left, each on a photograph of the wall as it is by then. Returns the
   // library's status.

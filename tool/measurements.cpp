@@ -14,8 +14,6 @@
 namespace multilayer::tool {
 namespace {
 
-constexpr std::array<int32_t, 3> kColorCodes = {COLOR_RED, COLOR_GREEN, COLOR_BLUE};
-
 void Expect(const std::filesystem::path& path, const char* field, int64_t value, int64_t due) {
   if (value != due) {
     throw Failure(Exit::kBrokenFile, path.string() + ": " + field + " is " + std::to_string(value) +
@@ -46,22 +44,29 @@ double DecreaseFor(std::vector<double>& full_scale, double luminance, double sha
 
 }  // namespace
 
-LedMeter LoadMeasurement(const Job& job, const std::string& partition, size_t colour,
+LedMeter LoadMeasurement(const std::filesystem::path& path, int32_t color, int32_t type,
                          int32_t level) {
-  const std::filesystem::path path = job.MeterFile(partition, colour, level);
   LedMeter meter = LoadMeter(path);
   if (meter.part == nullptr || meter.layer == nullptr) {
     throw Failure(Exit::kBrokenFile, path.string() + ": has no " +
                                          (meter.part == nullptr ? "part" : "layer") +
                                          " record: a calibration needs it");
   }
-  Expect(path, "color", meter.color, kColorCodes[colour]);
-  Expect(path, "type", meter.type, CIE_Y);
+  if (color != kAnyColor) {
+    Expect(path, "color", meter.color, color);
+  }
+  Expect(path, "type", meter.type, type);
   Expect(path, "layer.value", meter.layer->value, level);
   if (!(meter.layer->linear_norms > 0)) {
     throw Failure(Exit::kBrokenFile, path.string() + ": layer.linear_norms is 0: must be above 0");
   }
   return meter;
+}
+
+LedMeter LoadMeasurement(const Job& job, const std::string& partition, size_t colour,
+                         int32_t level) {
+  return LoadMeasurement(job.MeterFile(partition, colour, level), kColorCodes[colour], CIE_Y,
+                         level);
 }
 
 PartitionMeters LoadPartition(const Job& job, const std::string& partition) {

@@ -12,6 +12,7 @@
 #include "tool/error.h"
 #include "tool/files.h"
 #include "tool/job.h"
+#include "tool/step.h"
 #include "tool/table.h"
 #include "tool/truth.h"
 
@@ -114,6 +115,7 @@ void RemoveEarlierJob(const Job& job, bool force) {
   const Job earlier = ReadJob(job.file);
   fs::remove(job.file);
   fs::remove(CalibrationFile(earlier.Folder()));
+  RemoveSteps(earlier);
   for (const std::string& partition : earlier.partitions) {
     fs::remove(earlier.Folder() / (partition + ".mlcoefs"));
     for (size_t colour = 0; colour < kColours.size(); ++colour) {

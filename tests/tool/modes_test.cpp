@@ -14,6 +14,7 @@ namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 // Two partitions of 30 x 24 LEDs.
 class ModesTest : public ::testing::Test {
@@ -116,11 +117,70 @@ TEST_F(ModesTest, VerifyRefusesCoefficientsOfAnotherMode) {
   EXPECT_THAT(result.err, HasSubstr("p00.mlcoefs: was computed for another job"));
 }
 
+// Photographed, measured and stepped by calls of their own, one of which is interrupted: the files
+// of a step with their own names, of which only some got the last one.
+TEST_F(ModesTest, StepByStepGivesTheSameBytes) {
+  for (const char* mode : {"iterate", "white"}) {
+    SCOPED_TRACE(mode);
+    const std::vector<std::string> call = {"--mode", mode, "--order", "128,64,255", "--output"};
+    const auto calibrate = [&](std::vector<std::string> more) {
+      more.insert(more.begin(), call.begin(), call.end());
+      return Calibrate(more);
+    };
+    ASSERT_EQ(calibrate({"job/whole"}).exit, 0);
+    fs::remove_all(Job() / "steps");
+    const Result first = calibrate({"job/steps", "--step"});
+    EXPECT_THAT(first.out, AllOf(StartsWith("Next, step 0 of 0 to 3: show gray 128 uncorrected"),
+                                 HasSubstr("_128_step0.meter")));
+    for (const char* level : {"128", "64", "255", ""}) {
+      const Result step = calibrate({"job/steps", "--step", "--simulate"});
+      ASSERT_EQ(step.exit, 0) << step.err;
+      EXPECT_THAT(step.out,
+                  HasSubstr(*level == 0 ? "All steps are done."
+                                        : "show gray " + std::string(level) + " through"));
+      if (std::string(level) == "64") {
+        fs::rename(Job() / "steps" / "p00.mlcoefs", Job() / "steps" / "p00.step2.mlcoefs");
+      }
+    }
+    for (const char* name : {"p00.mlcoefs", "p01.mlcoefs"}) {
+      EXPECT_TRUE(ReadFile(Job() / "steps" / name) == ReadFile(Job() / "whole" / name)) << name;
+    }
+    EXPECT_EQ(FilesWith(Job() / "steps", "").size(), 3U);
+    EXPECT_TRUE(Verify("steps")["passed"]);
+    EXPECT_EQ(calibrate({"job/steps", "--step"}).exit, 2) << "all steps are done";
+  }
+}
+
+// A real wall has no truth, and its measurements come from elsewhere.
+TEST_F(ModesTest, StepsOnMeasuredFilesNeedNoTruth) {
+  const std::vector<std::string> call = {"--mode", "white", "--step"};
+  ASSERT_EQ(Calibrate({"--mode", "white", "--step", "--simulate"}).exit, 0);
+  const std::string simulated = ReadFile(Job() / "p01.mlcoefs");
+  fs::remove(Job() / "calibration.toml");
+  fs::remove(Job() / "truth.toml");
+  const Result step = Calibrate(call);
+  ASSERT_EQ(step.exit, 0) << step.err;
+  EXPECT_TRUE(ReadFile(Job() / "p01.mlcoefs") == simulated);
+
+  EXPECT_EQ(Calibrate({"--mode", "white", "--step", "--simulate"}).exit, 2);
+  const Result other = Calibrate({"--mode", "iterate", "--step"});
+  EXPECT_EQ(other.exit, 2);
+  EXPECT_THAT(other.err, HasSubstr("another iteration is under way, in the mode white"));
+
+  fs::copy_file(Job() / "p00_white_x_064_step0.meter", Job() / "p00_white_x_064_step1.meter");
+  const Result incomplete = Calibrate(call);
+  EXPECT_EQ(incomplete.exit, 4);
+  EXPECT_THAT(incomplete.err, HasSubstr("p00_white_y_064_step1.meter: cannot be opened"));
+  EXPECT_TRUE(ReadFile(Job() / "p01.mlcoefs") == simulated) << "the state is that of step 0";
+}
+
 TEST_F(ModesTest, RefusesWhatItCannotDo) {
   const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{"--mode", "colour"}, "--mode"},
       {{"--order", "64,128,255"}, "norm has no steps"},
       {{"--mode", "iterate", "--order", "64,255"}, "--order must name each captured level once"},
+      {{"--step"}, "--step is for the modes iterate and white"},
+      {{"--mode", "iterate", "--simulate"}, "--simulate requires --step"},
       {{"--mode", "iterate", "--primaries", "mean"}, "--primaries is for the mode white"},
   };
   for (const auto& [arguments, message] : cases) {
