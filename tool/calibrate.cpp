@@ -4,19 +4,22 @@
 #include <filesystem>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
 #include <opencv2/core.hpp>
 
-#include "simulation/measure.h"
+#include "tool/calibration.h"
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
+#include "tool/iteration.h"
 #include "tool/job.h"
 #include "tool/measurements.h"
 #include "tool/picture.h"
+#include "tool/step.h"
 #include "tool/table.h"
 
 namespace multilayer::tool {
@@ -27,21 +30,44 @@ namespace fs = std::filesystem;
 struct CalibrateOptions {
   std::string job;
   std::string output;
+  std::string mode = NameOf(Mode::kNorm);
+  std::vector<int32_t> order;
+  std::string primaries;
   bool images = false;
+  bool step = false;
+  bool simulate = false;
 };
 
-void Compute(PartitionMeters& meters, const std::string& partition, MultiLayerCoeff& engine) {
-  const std::vector<LedMeter*> red = simulation::Pointers(meters[0]);
-  const std::vector<LedMeter*> green = simulation::Pointers(meters[1]);
-  const std::vector<LedMeter*> blue = simulation::Pointers(meters[2]);
-  if (const int32_t status = engine.Compute(&red, &green, &blue); status != 0) {
-    throw Failure(
-        Exit::kRefused,
-        partition + ": the library refuses the measurements with status " + std::to_string(status));
+// What the call asks for, but for the targets.
+Calibration Plan(const CalibrateOptions& options, const Job& job) {
+  Calibration calibration;
+  calibration.mode =
+      static_cast<Mode>(std::find(kModes.begin(), kModes.end(), options.mode) - kModes.begin());
+  if (!options.order.empty() && calibration.mode == Mode::kNorm) {
+    throw Failure(Exit::kWrongCall,
+                  "--order is for the modes iterate and white: norm has no steps");
   }
+  if (!options.primaries.empty() && calibration.mode != Mode::kWhite) {
+    throw Failure(Exit::kWrongCall, "--primaries is for the mode white");
+  }
+  if (calibration.mode != Mode::kNorm) {
+    calibration.order = options.order.empty() ? job.levels : options.order;
+  }
+  if (!options.primaries.empty()) {
+    calibration.primaries = options.primaries;
+  }
+  std::vector<int32_t> sorted = calibration.order;
+  std::sort(sorted.begin(), sorted.end());
+  if (calibration.mode != Mode::kNorm && sorted != job.levels) {
+    throw Failure(Exit::kWrongCall, "--order must name each captured level once");
+  }
+  return calibration;
 }
 
-// LEDs that are flagged at any level.
+// LEDs of red, green and blue that are flagged.
+using Dead = std::array<int, 3>;
+
+// At any level.
 int CountDead(const std::vector<LedMeter>& meters) {
   cv::Mat flags = cv::Mat::zeros(meters.front().state.size(), CV_8UC1);
   for (const LedMeter& meter : meters) {
@@ -73,14 +99,41 @@ CoefSummary Summarise(const std::vector<cv::Mat>& coefs) {
   return summary;
 }
 
-void AddRows(Table& table, const std::string& partition, const PartitionMeters& meters,
+Dead ComputeNorm(const Job& job, const Calibration& calibration, const std::string& partition,
+                 MultiLayerCoeff& engine) {
+  engine.keep_response_segments = false;
+  SetParameters(job, calibration.targets, engine);
+  PartitionMeters meters = LoadPartition(job, partition);
+  const std::vector<LedMeter*> red = simulation::Pointers(meters[0]);
+  const std::vector<LedMeter*> green = simulation::Pointers(meters[1]);
+  const std::vector<LedMeter*> blue = simulation::Pointers(meters[2]);
+  RequireDone(engine.Compute(&red, &green, &blue), partition);
+  return {CountDead(meters[0]), CountDead(meters[1]), CountDead(meters[2])};
+}
+
+// The whole closed loop, in front of the simulated camera.
+Dead Iterate(const Job& job, const Calibration& calibration, const SimulatedWall& wall,
+             const std::string& name, PartitionEngine& partition) {
+  const simulation::PartitionTruth truth = wall.Partition(name);
+  simulation::MeasuredPrimaries primaries = wall.Primaries(truth);
+  FullScale(primaries);
+  SetParameters(job, calibration, &primaries, partition);
+  RequireDone(wall.Iterate(calibration.mode, truth, partition.engine), name);
+  Dead dead = {};
+  for (size_t colour = 0; colour < dead.size(); ++colour) {
+    dead[colour] = cv::countNonZero(primaries[colour][1].state & cv::Scalar(LED_DEAD));
+  }
+  return dead;
+}
+
+void AddRows(Table& table, const std::string& partition, const Dead& dead,
              const MultiLayerCoeff& engine) {
   const std::vector<cv::Mat>* lists[] = {&engine.coef_r, &engine.coef_g, &engine.coef_b};
   for (size_t colour = 0; colour < kColours.size(); ++colour) {
     const CoefSummary summary = Summarise(*lists[colour]);
     table.Add({partition, kColours[colour], std::to_string(lists[colour]->front().total()),
-               std::to_string(CountDead(meters[colour])), Fixed(summary.min, 4),
-               Fixed(summary.mean, 4), Fixed(summary.max, 4), std::to_string(summary.uncorrected)});
+               std::to_string(dead[colour]), Fixed(summary.min, 4), Fixed(summary.mean, 4),
+               Fixed(summary.max, 4), std::to_string(summary.uncorrected)});
   }
 }
 
@@ -113,6 +166,25 @@ void WriteImages(const fs::path& folder, const std::string& partition,
   }
 }
 
+std::string ModeText(const Calibration& calibration) {
+  std::string text = std::string("Mode: ") + NameOf(calibration.mode);
+  if (calibration.mode == Mode::kWhite) {
+    text += std::string(", ") + calibration.primaries + " primaries";
+  }
+  for (const int32_t level : calibration.order) {
+    text += (level == calibration.order.front() ? "; levels in the order " : ", ") +
+            std::to_string(level);
+  }
+  return text + "\n";
+}
+
+std::string TargetText(const std::array<double, 3>& white) {
+  const double sum = white[0] + white[1] + white[2];
+  return "Target white at full drive: X " + Fixed(white[0], 2) + ", Y " + Fixed(white[1], 2) +
+         " cd/m^2, Z " + Fixed(white[2], 2) + " (x " + Fixed(white[0] / sum, 4) + ", y " +
+         Fixed(white[1] / sum, 4) + ")\n";
+}
+
 std::string TargetText(const Targets& targets) {
   std::string text = "Target at full drive:";
   for (size_t colour = 0; colour < kColours.size(); ++colour) {
@@ -123,31 +195,75 @@ std::string TargetText(const Targets& targets) {
   return text + "\n";
 }
 
+// Iterations photograph the wall between their steps: without one, there is nothing to compute.
+std::optional<SimulatedWall> FindWall(const Job& job, Mode mode) {
+  if (mode == Mode::kNorm) {
+    return std::nullopt;
+  }
+  if (!fs::exists(job.TruthFile())) {
+    throw Failure(Exit::kWrongCall,
+                  "the mode " + std::string(NameOf(mode)) +
+                      " photographs the corrected wall between its steps, and this job is of a "
+                      "real one: it has no truth.toml. Take it step by step, with --step");
+  }
+  return std::make_optional<SimulatedWall>(job);
+}
+
+void CheckStep(const CalibrateOptions& options, const Job& job, Mode mode) {
+  if (mode == Mode::kNorm || options.images) {
+    throw Failure(Exit::kWrongCall, "--step is for the modes iterate and white, without --images");
+  }
+  if (options.simulate && !fs::exists(job.TruthFile())) {
+    throw Failure(Exit::kWrongCall,
+                  "--simulate photographs a simulated wall, and this job is of a real one: it has "
+                  "no truth.toml");
+  }
+}
+
 void RunCalibrate(const CalibrateOptions& options) {
   const Job job = ReadJob(options.job);
   const fs::path output = options.output.empty() ? job.Folder() : fs::path(options.output);
-  const Targets targets = FindTargets(job);
+  Calibration calibration = Plan(options, job);
+  if (options.step) {
+    CheckStep(options, job, calibration.mode);
+    RunStep(job, calibration, output, !options.order.empty(), options.simulate);
+    return;
+  }
+  const std::optional<SimulatedWall> wall = FindWall(job, calibration.mode);
+  if (calibration.mode == Mode::kWhite) {
+    calibration.white = FindWhite(job, [&](const std::string& name) {
+      simulation::MeasuredPrimaries primaries = wall->Primaries(wall->Partition(name));
+      FullScale(primaries);
+      return primaries;
+    });
+  } else {
+    calibration.targets = FindTargets(job);
+  }
   if (!output.empty()) {
     MakeFolder(output);
   }
   Table table({"partition", "color", "LEDs", "dead", "min", "mean", "max", "uncorrected"}, 2);
   {
     Progress progress("calibrate", job.partitions.size());
-    for (const std::string& partition : job.partitions) {
-      MultiLayerCoeff engine;
-      engine.keep_response_segments = false;
-      SetParameters(job, targets, engine);
-      PartitionMeters meters = LoadPartition(job, partition);
-      Compute(meters, partition, engine);
-      SaveCoefficients(output / (partition + ".mlcoefs"), engine);
+    for (const std::string& name : job.partitions) {
+      PartitionEngine partition;
+      MultiLayerCoeff& engine = partition.engine;
+      const Dead dead = wall ? Iterate(job, calibration, *wall, name, partition)
+                             : ComputeNorm(job, calibration, name, engine);
+      SaveCoefficients(output / (name + ".mlcoefs"), engine);
       if (options.images) {
-        WriteImages(output / "images", partition, engine);
+        WriteImages(output / "images", name, engine);
       }
-      AddRows(table, partition, meters, engine);
+      AddRows(table, name, dead, engine);
       progress.Step();
     }
   }
-  PrintOut(TargetText(targets) + "\n" + table.Text());
+  calibration.steps = static_cast<int32_t>(calibration.order.size()) + 1;
+  SaveCalibration(output, calibration);
+  PrintOut(ModeText(calibration) +
+           (calibration.mode == Mode::kWhite ? TargetText(calibration.white)
+                                             : TargetText(calibration.targets)) +
+           "\n" + table.Text());
 }
 
 }  // namespace
@@ -159,14 +275,45 @@ Subcommand AddCalibrate(CLI::App& app) {
   calibrate->add_option("job", options->job, "The job file")->required()->type_name("wall.toml");
   calibrate->add_option("--output", options->output, "Where the coefficients go [the job's folder]")
       ->type_name("FOLDER");
+  calibrate
+      ->add_option("--mode", options->mode,
+                   "norm: luminance, in one pass over all levels; iterate: luminance, level by\n"
+                   "level on the corrected wall; white: white balance, likewise")
+      ->capture_default_str()
+      ->check(CLI::IsMember({kModes[0], kModes[1], kModes[2]}));
+  calibrate
+      ->add_option("--order", options->order,
+                   "Levels in the order of the steps of iterate and white [ascending]")
+      ->delimiter(',');
+  calibrate
+      ->add_option("--primaries", options->primaries,
+                   "White by the measured primaries of every LED, or by their mean [measured]")
+      ->check(CLI::IsMember({kPerLed, kMean}));
   calibrate->add_flag("--images", options->images,
                       "Also write every coefficient matrix as a PNG, in a folder images");
+  CLI::Option* const step = calibrate->add_flag(
+      "--step", options->step,
+      "Take one step of iterate or white, from measured files, and say what to measure next");
+  calibrate
+      ->add_flag("--simulate", options->simulate, "Let the simulated camera measure the step first")
+      ->needs(step);
   calibrate->footer(
-      "Writes PARTITION.mlcoefs for every partition of the job. All partitions get the same\n"
-      "targets, or their seams would show: from the highest captured level of the whole wall, or\n"
-      "as the job file says. The comments in a job file that simulate wrote explain every key;\n"
+      "Writes PARTITION.mlcoefs for every partition of the job, and calibration.toml, which says\n"
+      "how they were computed. All partitions get the same targets, or their seams would show:\n"
+      "from the highest captured level of the whole wall, or as the job file says. The modes\n"
+      "iterate and white show a level through the coefficients so far, photograph it, and\n"
+      "correct: a simulated wall at once, a real one step by step. Each call of --step reads the\n"
+      "measurements of one step and says what to show next; calibration.toml keeps the count.\n"
+      "The measurements stand beside the job file, for red, green and blue, or for X, Y and Z:\n"
+      "  PARTITION_COLOR_LEVEL_stepN.meter        --mode iterate, CIE Y\n"
+      "  PARTITION_white_PLANE_LEVEL_stepN.meter  --mode white, planes x, y, z\n"
+      "  PARTITION_COLOR_PLANE_LEVEL.meter        --mode white, before all steps: the primaries\n"
+      "with the level in three digits. The comments in a job file that simulate wrote explain "
+      "every key;\n"
       "measurements of a real wall need no more than that file.\n\nExample:\n"
-      "  multilayer calibrate demo/wall.toml --images");
+      "  multilayer calibrate demo/wall.toml --images\n"
+      "  multilayer calibrate demo/wall.toml --mode white --output demo/white\n"
+      "  multilayer calibrate demo/wall.toml --mode iterate --step --simulate");
   return {calibrate, [options] { RunCalibrate(*options); }};
 }
 

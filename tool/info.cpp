@@ -83,7 +83,7 @@ std::string ToText(const FileReport& report) {
 void CheckNames(const std::vector<std::string>& files) {
   for (const std::string& file : files) {
     if (!IsScannable(file)) {
-      throw Failure(Exit::kWrongCall, file + ": must end with .mlcoefs or .meter");
+      throw Failure(Exit::kWrongCall, file + ": must end with .mlcoefs, .meter or .whitecoeff");
     }
   }
 }
@@ -131,9 +131,9 @@ void RunInfo(const InfoOptions& options) {
 
 Subcommand AddInfo(CLI::App& app) {
   CLI::App* info = app.add_subcommand(
-      "info", "Show what is in .mlcoefs and .meter files, and check them strictly");
+      "info", "Show what is in .mlcoefs, .meter and .whitecoeff files, and check them strictly");
   auto options = std::make_shared<InfoOptions>();
-  info->add_option("files", options->files, "Files ending with .mlcoefs or .meter")
+  info->add_option("files", options->files, "Files ending with .mlcoefs, .meter or .whitecoeff")
       ->required()
       ->type_name("FILE");
   info->add_flag("--json", options->json, "Print one JSON list with an object per file");

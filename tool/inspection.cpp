@@ -7,7 +7,6 @@
 #include <opencv2/imgproc.hpp>
 
 #include "tool/error.h"
-#include "tool/files.h"
 #include "tool/table.h"
 
 namespace multilayer::tool {
@@ -49,42 +48,20 @@ Evenness MeasureLive(std::vector<double>& values, size_t colour) {
 
 }  // namespace
 
-Inspector::Inspector(const Job& job, const std::filesystem::path& coefficients, int32_t shots)
-    : job_(job),
-      coefficients_(coefficients),
-      truth_(ReadTruth(job.TruthFile())),
-      targets_(FindTargets(job)),
-      scene_{truth_.wall, simulation::Controller(job.GammaTable(), job.bit_width),
-             simulation::Camera(truth_.camera)},
-      // Fresh noise: the calibration had the first shots.
-      next_shot_(job.levels.size()) {
+Inspector::Inspector(const CorrectedWall& wall, int32_t shots)
+    : wall_(wall), next_shot_(Shots(wall.job()).verify) {
   result_.shots = shots;
-  result_.noise = scene_.camera.RelativeNoise();
-}
-
-// Coefficients of other targets would be judged against the wrong ones.
-MultiLayerCoeff Inspector::LoadChecked(const std::string& partition) const {
-  const std::filesystem::path path = coefficients_ / (partition + ".mlcoefs");
-  MultiLayerCoeff engine = LoadCoefficients(path);
-  const bool same_targets = std::equal(targets_.decrease.begin(), targets_.decrease.end(),
-                                       engine.rgb_lum_dec_ratio.begin());
-  const PartRecord& part = engine.part_x_y_w_h;
-  if (!same_targets || engine.bit_width != job_.bit_width ||
-      part.screen_w != truth_.wall.screen_w || part.screen_h != truth_.wall.screen_h) {
-    throw Failure(Exit::kRefused, path.string() + ": was computed for another job than " +
-                                      job_.file.string() + ": run multilayer calibrate again");
-  }
-  return engine;
+  result_.noise = wall.scene().camera.RelativeNoise();
 }
 
 cv::Mat Inspector::Average(const simulation::PartitionTruth& truth, size_t primary, int32_t level,
                            const simulation::Correction& correction) {
-  const cv::Mat shine = scene_.Shine(truth, primary, level, correction);
-  const LayerRecord layer = {0, scene_.controller.LinearNorm(level), level};
+  const simulation::Scene& scene = wall_.scene();
+  const cv::Mat shine = scene.Shine(truth, primary, level, correction);
   cv::Mat sum = cv::Mat::zeros(shine.size(), CV_64FC1);
   for (int32_t shot = 0; shot < result_.shots; ++shot) {
-    const LedMeter meter = scene_.camera.Photograph(truth_.wall, truth, primary, layer, shine,
-                                                    next_shot_ + static_cast<uint64_t>(shot));
+    const LedMeter meter = scene.camera.Photograph(scene.wall, truth, primary, wall_.Layer(level),
+                                                   shine, next_shot_ + static_cast<uint64_t>(shot));
     cv::accumulate(meter.chroma, sum);
   }
   return sum / result_.shots;
@@ -98,13 +75,11 @@ void Inspector::Count(const simulation::PartitionTruth& truth) {
 }
 
 void Inspector::Collect(const std::string& partition, int32_t level, View& view) {
-  const MultiLayerCoeff engine = LoadChecked(partition);
-  const simulation::PartitionTruth truth =
-      simulation::MakePartition(truth_.wall, engine.part_x_y_w_h);
+  const auto [truth, correction] = wall_.Load(partition);
   if (!counted_) {
     Count(truth);
   }
-  const simulation::Correction corrections[] = {{}, simulation::CorrectionOf(engine)};
+  const simulation::Correction corrections[] = {{}, correction};
   for (size_t colour = 0; colour < kColours.size(); ++colour) {
     for (size_t state = 0; state < 2; ++state) {
       const cv::Mat seen = Average(truth, colour, level, corrections[state]);
@@ -121,22 +96,22 @@ void Inspector::Collect(const std::string& partition, int32_t level, View& view)
 LevelReport Inspector::Look(int32_t level, std::array<WallMap, 3>* maps) {
   View view;
   view.maps = maps;
-  for (const std::string& partition : job_.partitions) {
+  const Job& job = wall_.job();
+  for (const std::string& partition : job.partitions) {
     Collect(partition, level, view);
   }
   counted_ = true;
   next_shot_ += static_cast<uint64_t>(result_.shots);
-  const double gray_max = (1 << job_.bit_width) - 1;
   LevelReport report;
   report.level = level;
-  report.captured = std::count(job_.levels.begin(), job_.levels.end(), level) > 0;
-  report.judged = report.captured || level >= job_.from_level;
-  report.limit = result_.noise * (report.captured ? job_.captured : job_.between);
+  report.captured = std::count(job.levels.begin(), job.levels.end(), level) > 0;
+  report.judged = report.captured || level >= job.from_level;
+  report.limit = result_.noise * (report.captured ? job.captured : job.between);
   for (size_t colour = 0; colour < kColours.size(); ++colour) {
     PrimaryReport& primary = report.primaries[colour];
     primary.before = MeasureLive(view.values[colour][0], colour);
     primary.after = MeasureLive(view.values[colour][1], colour);
-    primary.target = targets_.At(colour, scene_.controller.Position(level) / gray_max);
+    primary.target = wall_.calibration().targets.At(colour, wall_.Drive(level));
   }
   return report;
 }

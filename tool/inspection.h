@@ -3,16 +3,13 @@
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
 #include <vector>
 
 #include <opencv2/core/mat.hpp>
 
-#include "simulation/measure.h"
+#include "tool/corrected_wall.h"
 #include "tool/job.h"
-#include "tool/measurements.h"
 #include "tool/statistics.h"
-#include "tool/truth.h"
 
 namespace multilayer::tool {
 
@@ -49,9 +46,9 @@ struct Inspection {
 
 class Inspector {
  public:
-  // Reads the truth and the targets. Throws kFileAccess, kBrokenFile, kRefused.
-  Inspector(const Job& job, const std::filesystem::path& coefficients, int32_t shots);
+  Inspector(const CorrectedWall& wall, int32_t shots);
 
+  // Throws kFileAccess, kBrokenFile, kRefused.
   std::vector<LevelReport> Run(const std::vector<int32_t>& levels);
 
   // Fills the maps of the result.
@@ -66,15 +63,10 @@ class Inspector {
   LevelReport Look(int32_t level, std::array<WallMap, 3>* maps);
   void Collect(const std::string& partition, int32_t level, View& view);
   void Count(const simulation::PartitionTruth& truth);
-  MultiLayerCoeff LoadChecked(const std::string& partition) const;
   cv::Mat Average(const simulation::PartitionTruth& truth, size_t primary, int32_t level,
                   const simulation::Correction& correction);
 
-  const Job& job_;
-  std::filesystem::path coefficients_;
-  Truth truth_;
-  Targets targets_;
-  simulation::Scene scene_;
+  const CorrectedWall& wall_;
   Inspection result_;
   bool counted_ = false;
   uint64_t next_shot_;

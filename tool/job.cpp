@@ -69,6 +69,23 @@ void VisitTarget(Fields& fields, JobType& job) {
   fields.Field("decrease", job.decrease, {0.15, 0.15, 0.15}, {-1, 0.999},
                "Fraction by which the target lies below that. Not set: what reach_percentile "
                "asks\nfor, rounded up to 0.001.");
+}
+
+template <class Fields, class JobType>
+void VisitWhite(Fields& fields, JobType& job) {
+  fields.Section("white",
+                 "The white to balance towards, the same for all partitions. Only `calibrate\n"
+                 "--mode white` reads it.");
+  fields.Field("chromaticity", job.chromaticity, {0.01, 0.9}, "CIE 1931 x and y. D65 as written.");
+  fields.Field("reach_percentile", job.white_reach_percentile, {1, 100},
+               "Share of the live LEDs that must reach the white at full drive, in percent, in "
+               "every\npartition: gives its luminance.");
+  fields.Field("xyz", job.white, {600, 630, 690}, {0.001, 1000000},
+               "CIE X, Y and Z of the white at full drive, instead of the two above.");
+}
+
+template <class Fields, class JobType>
+void VisitVerify(Fields& fields, JobType& job) {
   fields.Section("verify",
                  "When `multilayer verify` is content. The coefficient of variation after the\n"
                  "correction may be this many times the noise of one photograph:");
@@ -77,6 +94,11 @@ void VisitTarget(Fields& fields, JobType& job) {
   fields.Field("from_level", job.from_level, {0, 65535},
                "Levels between are judged from this one on, darker ones only reported: below the\n"
                "lowest captured level its coefficient is held, and real LEDs turn on late.");
+  fields.Field("white_p95", job.white_p95, {0, 1},
+               "Of a balanced white, at captured levels: the delta u'v' to the target that 95 of "
+               "100\nLEDs keep,");
+  fields.Field("white_modules", job.white_modules, {0, 1},
+               "and the delta u'v' of the modules' means, to the target and to each other.");
 }
 
 template <class Fields, class JobType>
@@ -84,6 +106,8 @@ void VisitJob(Fields& fields, JobType& job) {
   VisitCapture(fields, job);
   VisitDisplay(fields, job);
   VisitTarget(fields, job);
+  VisitWhite(fields, job);
+  VisitVerify(fields, job);
 }
 
 std::string Join(const std::vector<int32_t>& values) {

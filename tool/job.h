@@ -35,10 +35,16 @@ struct Job {
   double reach_percentile = 99.9;
   std::optional<std::array<double, 3>> luminance;
   std::optional<std::array<double, 3>> decrease;
+  // [white]
+  std::array<double, 2> chromaticity = {0.3127, 0.3290};
+  double white_reach_percentile = 99.9;
+  std::optional<std::array<double, 3>> white;
   // [verify]
   double captured = 1.25;
   double between = 2.0;
   int32_t from_level = 64;
+  double white_p95 = 0.0015;
+  double white_modules = 0.0005;
 
   std::filesystem::path Folder() const { return file.parent_path(); }
   std::filesystem::path MeterFile(const std::string& partition, size_t colour, int32_t level) const;

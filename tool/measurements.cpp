@@ -14,8 +14,6 @@
 namespace multilayer::tool {
 namespace {
 
-constexpr std::array<int32_t, 3> kColorCodes = {COLOR_RED, COLOR_GREEN, COLOR_BLUE};
-
 void Expect(const std::filesystem::path& path, const char* field, int64_t value, int64_t due) {
   if (value != due) {
     throw Failure(Exit::kBrokenFile, path.string() + ": " + field + " is " + std::to_string(value) +
@@ -46,22 +44,29 @@ double DecreaseFor(std::vector<double>& full_scale, double luminance, double sha
 
 }  // namespace
 
-LedMeter LoadMeasurement(const Job& job, const std::string& partition, size_t colour,
+LedMeter LoadMeasurement(const std::filesystem::path& path, int32_t color, int32_t type,
                          int32_t level) {
-  const std::filesystem::path path = job.MeterFile(partition, colour, level);
   LedMeter meter = LoadMeter(path);
   if (meter.part == nullptr || meter.layer == nullptr) {
     throw Failure(Exit::kBrokenFile, path.string() + ": has no " +
                                          (meter.part == nullptr ? "part" : "layer") +
                                          " record: a calibration needs it");
   }
-  Expect(path, "color", meter.color, kColorCodes[colour]);
-  Expect(path, "type", meter.type, CIE_Y);
+  if (color != kAnyColor) {
+    Expect(path, "color", meter.color, color);
+  }
+  Expect(path, "type", meter.type, type);
   Expect(path, "layer.value", meter.layer->value, level);
   if (!(meter.layer->linear_norms > 0)) {
     throw Failure(Exit::kBrokenFile, path.string() + ": layer.linear_norms is 0: must be above 0");
   }
   return meter;
+}
+
+LedMeter LoadMeasurement(const Job& job, const std::string& partition, size_t colour,
+                         int32_t level) {
+  return LoadMeasurement(job.MeterFile(partition, colour, level), kColorCodes[colour], CIE_Y,
+                         level);
 }
 
 PartitionMeters LoadPartition(const Job& job, const std::string& partition) {
@@ -112,13 +117,19 @@ Targets FindTargets(const Job& job) {
 }
 
 void SetParameters(const Job& job, const Targets& targets, MultiLayerCoeff& engine) {
+  constexpr int32_t kOnePass = -1;
+  SetParameters(job, targets, job.levels, kOnePass, engine);
+}
+
+void SetParameters(const Job& job, const Targets& targets, const std::vector<int32_t>& order,
+                   int32_t step, MultiLayerCoeff& engine) {
   std::array<float, 9> rgb_to_y = {};
   for (size_t colour = 0; colour < 3; ++colour) {
     rgb_to_y[3 * colour] = static_cast<float>(targets.luminance[colour]);
   }
   const std::vector<double> decrease(targets.decrease.begin(), targets.decrease.end());
-  const int32_t status = engine.SetParam(job.GammaTable(), decrease, rgb_to_y.data(), job.levels,
-                                         job.layers, job.bit_width);
+  const int32_t status = engine.SetParamLum(job.GammaTable(), decrease, rgb_to_y.data(), order,
+                                            step, job.layers, job.bit_width);
   if (status != 0) {
     throw Failure(Exit::kRefused,
                   "the library refuses the parameters with status " + std::to_string(status));

@@ -1,4 +1,4 @@
-// The rules of the two formats.
+// The rules of the formats.
 #include "tool/scan.h"
 
 #include <cerrno>
@@ -107,6 +107,14 @@ void ScanCapture(Scanner& scanner) {
   }
 }
 
+void RequireLeds(const PartSize& size, const MatrixReport& matrix) {
+  if (size.w != matrix.cols || size.h != matrix.rows) {
+    throw Broken("part is " + std::to_string(size.w) + " x " + std::to_string(size.h) +
+                 ": must be the " + std::to_string(matrix.cols) + " x " +
+                 std::to_string(matrix.rows) + " LEDs of " + matrix.name);
+  }
+}
+
 // Tagged records up to the end marker, each at most once.
 void ScanRecords(Scanner& scanner, const MatrixReport& chroma) {
   int32_t seen = 0;
@@ -117,12 +125,7 @@ void ScanRecords(Scanner& scanner, const MatrixReport& chroma) {
     scanner.Require((seen & tag) == 0, tag, "there only once");
     seen |= tag;
     if (tag == TAG_PART) {
-      const PartSize size = ScanPart(scanner, "part");
-      if (size.w != chroma.cols || size.h != chroma.rows) {
-        throw Broken("part is " + std::to_string(size.w) + " x " + std::to_string(size.h) +
-                     ": must be the " + std::to_string(chroma.cols) + " x " +
-                     std::to_string(chroma.rows) + " LEDs of chroma");
-      }
+      RequireLeds(ScanPart(scanner, "part"), chroma);
     } else if (tag == TAG_PANEL) {
       ScanPanel(scanner);
     } else if (tag == TAG_LAYER) {
@@ -148,23 +151,39 @@ void ScanMeter(Scanner& scanner) {
   ScanRecords(scanner, scanner.Matrix("chroma", {state.rows, state.cols, CV_32FC1, false}));
 }
 
+void ScanWhite(Scanner& scanner) {
+  const int32_t singular = scanner.Int("singular_count", 0, kMaxInt);
+  MatrixReport red;
+  for (const char* colour : kColourNames) {
+    const MatrixReport gains = scanner.Matrix(colour, {red.rows, red.cols, CV_32FC1, false});
+    red = red.rows == 0 ? gains : red;
+  }
+  RequireLeds(ScanPart(scanner, "part"), red);
+  if (static_cast<uint64_t>(singular) > red.count) {
+    throw Broken("singular_count is " + std::to_string(singular) + ": must be at most the " +
+                 std::to_string(red.count) + " LEDs");
+  }
+}
+
 }  // namespace
 
 bool IsScannable(const fs::path& path) {
   const std::string extension = path.extension().string();
-  return extension == ".mlcoefs" || extension == ".meter";
+  return extension == ".mlcoefs" || extension == ".meter" || extension == ".whitecoeff";
 }
 
 FileReport Scan(const fs::path& path) {
   FileReport report;
   report.path = path.string();
-  report.format = path.extension() == ".meter" ? "meter" : "mlcoefs";
+  report.format = path.extension().string().substr(1);
   const File file = Open(path, report.bytes);
   Scanner scanner(file.get(), report.bytes, report);
   try {
     ScanMark(scanner);
     if (report.format == "meter") {
       ScanMeter(scanner);
+    } else if (report.format == "whitecoeff") {
+      ScanWhite(scanner);
     } else {
       ScanCoefficients(scanner, report);
     }

@@ -28,7 +28,7 @@ struct MatrixReport {
 
 struct FileReport {
   std::string path;
-  std::string format;  // "mlcoefs" or "meter"
+  std::string format;  // "mlcoefs", "meter" or "whitecoeff"
   uint64_t bytes = 0;
   nlohmann::ordered_json header = nlohmann::ordered_json::object();
   std::vector<MatrixReport> matrices;
@@ -36,7 +36,7 @@ struct FileReport {
   std::string problem;
 };
 
-// True for a name that ends with ".mlcoefs" or ".meter".
+// True for a name that ends with ".mlcoefs", ".meter" or ".whitecoeff".
 bool IsScannable(const std::filesystem::path& path);
 
 // Reads the file through once, with little memory. What stands before a broken place is in the

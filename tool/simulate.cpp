@@ -7,10 +7,12 @@
 #include <vector>
 
 #include "simulation/measure.h"
+#include "tool/calibration.h"
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
 #include "tool/job.h"
+#include "tool/step.h"
 #include "tool/table.h"
 #include "tool/truth.h"
 
@@ -112,6 +114,8 @@ void RemoveEarlierJob(const Job& job, bool force) {
   }
   const Job earlier = ReadJob(job.file);
   fs::remove(job.file);
+  fs::remove(CalibrationFile(earlier.Folder()));
+  RemoveSteps(earlier);
   for (const std::string& partition : earlier.partitions) {
     fs::remove(earlier.Folder() / (partition + ".mlcoefs"));
     for (size_t colour = 0; colour < kColours.size(); ++colour) {
@@ -144,9 +148,7 @@ void RunSimulate(const SimulateOptions& options) {
   truth.camera.electrons = options.electrons;
   RemoveEarlierJob(job, options.force);
   MakeFolder(options.folder);
-  const simulation::Scene scene = {truth.wall,
-                                   simulation::Controller(job.GammaTable(), job.bit_width),
-                                   simulation::Camera(truth.camera)};
+  const simulation::Scene scene = MakeScene(job, truth);
   Progress progress("simulate", parts.size());
   for (const NamedPart& part : parts) {
     WritePartition(job, scene, part);

@@ -203,15 +203,16 @@ void TomlReader::Field(const std::string& key, std::vector<std::string>& value,
   });
 }
 
-void TomlReader::Field(const std::string& key, std::array<double, 3>& value, Range range,
-                       const std::string&) {
+template <size_t kCount>
+void TomlReader::ReadArray(const std::string& key, std::array<double, kCount>& value, Range range) {
   const toml::node* node = document_->Find(key);
   if (node == nullptr) {
     return;
   }
   const std::string name = document_->Name(key);
   if (!node->is_array() || node->as_array()->size() != value.size()) {
-    document_->Fail(node, name, Shown(*node), "be a list of three, red, green and blue");
+    document_->Fail(node, name, Shown(*node),
+                    "be a list of " + std::to_string(kCount) + " numbers");
   }
   size_t i = 0;
   document_->ReadList(*node, name, [&](const toml::node& n, const auto& element) {
@@ -219,12 +220,22 @@ void TomlReader::Field(const std::string& key, std::array<double, 3>& value, Ran
   });
 }
 
+void TomlReader::Field(const std::string& key, std::array<double, 2>& value, Range range,
+                       const std::string&) {
+  ReadArray(key, value, range);
+}
+
+void TomlReader::Field(const std::string& key, std::array<double, 3>& value, Range range,
+                       const std::string&) {
+  ReadArray(key, value, range);
+}
+
 void TomlReader::Field(const std::string& key, std::optional<std::array<double, 3>>& value,
                        const std::array<double, 3>& /*example*/, Range range,
-                       const std::string& comment) {
+                       const std::string& /*comment*/) {
   std::array<double, 3> read = {};
   if (document_->table != nullptr && document_->table->contains(key)) {
-    Field(key, read, range, comment);
+    ReadArray(key, read, range);
     value = read;
   }
   document_->known.insert(document_->Name(key));

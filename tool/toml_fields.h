@@ -43,6 +43,8 @@ class TomlReader {
   void Field(const std::string& key, std::vector<int32_t>& value, Range range,
              const std::string& comment);
   void Field(const std::string& key, std::vector<std::string>& value, const std::string& comment);
+  void Field(const std::string& key, std::array<double, 2>& value, Range range,
+             const std::string& comment);
   void Field(const std::string& key, std::array<double, 3>& value, Range range,
              const std::string& comment);
   // May be missing in any file. `example` is for the writer.
@@ -58,6 +60,9 @@ class TomlReader {
 
  private:
   struct Document;
+  template <size_t kCount>
+  void ReadArray(const std::string& key, std::array<double, kCount>& value, Range range);
+
   std::unique_ptr<Document> document_;
 };
 

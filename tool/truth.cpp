@@ -106,4 +106,9 @@ std::string TruthText(const Truth& truth) {
   return writer.text();
 }
 
+simulation::Scene MakeScene(const Job& job, const Truth& truth) {
+  return {truth.wall, simulation::Controller(job.GammaTable(), job.bit_width),
+          simulation::Camera(truth.camera)};
+}
+
 }  // namespace multilayer::tool

@@ -16,6 +16,7 @@
 #include "tool/inspection.h"
 #include "tool/picture.h"
 #include "tool/table.h"
+#include "tool/white_inspection.h"
 
 namespace multilayer::tool {
 namespace {
@@ -98,7 +99,7 @@ nlohmann::ordered_json ToJson(const Evenness& evenness, double target) {
           {"p1_to_p99", evenness.Spread()}};
 }
 
-nlohmann::ordered_json ToJson(const Inspection& inspection,
+nlohmann::ordered_json ToJson(const Inspection& inspection, Mode mode,
                               const std::vector<LevelReport>& levels) {
   nlohmann::ordered_json rows = nlohmann::ordered_json::array();
   bool passed = true;
@@ -120,8 +121,13 @@ nlohmann::ordered_json ToJson(const Inspection& inspection,
       rows.push_back(row);
     }
   }
-  return {{"leds", inspection.leds},   {"dead", inspection.dead}, {"shots", inspection.shots},
-          {"noise", inspection.noise}, {"passed", passed},        {"rows", rows}};
+  return {{"mode", NameOf(mode)},
+          {"leds", inspection.leds},
+          {"dead", inspection.dead},
+          {"shots", inspection.shots},
+          {"noise", inspection.noise},
+          {"passed", passed},
+          {"rows", rows}};
 }
 
 // Throws with the first places that are out of tolerance, in words.
@@ -170,6 +176,19 @@ void WritePictures(const Inspection& inspection, const fs::path& folder, int32_t
   }
 }
 
+void WritePicture(const WhiteMap& map, const fs::path& folder) {
+  const std::string level = std::to_string(map.level.level);
+  WallPicture picture;
+  picture.title = "White, gray " + level + ": luminance of every LED against the mean";
+  picture.before = map.before;
+  picture.after = map.after;
+  picture.before_label = "Before: mean delta u'v' to the target " + Fixed(map.level.before.mean, 4);
+  picture.after_label = "After: mean delta u'v' to the target " + Fixed(map.level.after.mean, 4);
+  const fs::path path = folder / ("wall_white_" + level + ".png");
+  WritePng(path, Draw(picture));
+  std::fprintf(stderr, "multilayer: picture: %s\n", path.c_str());
+}
+
 void CheckLevels(const std::vector<int32_t>& levels, const Job& job) {
   const cv::Mat table = job.GammaTable();
   for (const int32_t level : levels) {
@@ -178,6 +197,36 @@ void CheckLevels(const std::vector<int32_t>& levels, const Job& job) {
                                           std::to_string(table.cols - 1));
     }
   }
+}
+
+// Where a run looks; no picture is level 0.
+struct Views {
+  std::vector<int32_t> levels;
+  int32_t picture;
+};
+
+void VerifyLuminance(const VerifyOptions& options, const CorrectedWall& wall, const Views& views) {
+  Inspector inspector(wall, options.shots);
+  const std::vector<LevelReport> reports = inspector.Run(views.levels);
+  const Inspection& inspection = inspector.result();
+  PrintOut(options.json ? ToJson(inspection, wall.calibration().mode, reports).dump(2) + "\n"
+                        : TextOf(inspection, reports, wall.job().levels.front()));
+  if (views.picture > 0) {
+    inspector.Map(views.picture);
+    WritePictures(inspection, wall.folder(), views.picture);
+  }
+  Judge(reports);
+}
+
+void VerifyWhite(const VerifyOptions& options, const CorrectedWall& wall, const Views& views) {
+  WhiteInspector inspector(wall, options.shots);
+  inspector.Run(views.levels);
+  const WhiteInspection& inspection = inspector.result();
+  PrintOut(options.json ? ToJson(inspection).dump(2) + "\n" : TextOf(inspection));
+  if (views.picture > 0) {
+    WritePicture(inspector.Map(views.picture), wall.folder());
+  }
+  Judge(inspection);
 }
 
 void RunVerify(const VerifyOptions& options) {
@@ -198,16 +247,9 @@ void RunVerify(const VerifyOptions& options) {
   }
   const fs::path coefficients =
       options.coefficients.empty() ? job.Folder() : fs::path(options.coefficients);
-  Inspector inspector(job, coefficients, options.shots);
-  const std::vector<LevelReport> reports = inspector.Run(levels);
-  const Inspection& inspection = inspector.result();
-  PrintOut(options.json ? ToJson(inspection, reports).dump(2) + "\n"
-                        : TextOf(inspection, reports, job.levels.front()));
-  if (options.pictures) {
-    inspector.Map(picture_level);
-    WritePictures(inspection, job.Folder(), picture_level);
-  }
-  Judge(reports);
+  const CorrectedWall wall(job, coefficients);
+  const auto verify = wall.calibration().mode == Mode::kWhite ? VerifyWhite : VerifyLuminance;
+  verify(options, wall, {levels, picture_level});
 }
 
 }  // namespace
@@ -230,7 +272,7 @@ Subcommand AddVerify(CLI::App& app) {
       ->check(CLI::Range(1, 10000));
   verify->add_flag("--json", options->json, "Print one JSON object");
   verify->add_flag("--pictures", options->pictures,
-                   "Also write pictures of the wall, before and after, next to the job");
+                   "Also write pictures of the wall, before and after, next to the coefficients");
   verify->add_option("--picture-level", options->picture_level,
                      "Gray level of the pictures [the middle captured one]");
   verify->footer(
@@ -243,8 +285,12 @@ Subcommand AddVerify(CLI::App& app) {
       "photograph can make it reads 3 % worse than it is. Coefficients that come from one\n"
       "photograph a level carry that photograph's noise: the limits, [verify] in the job file, "
       "are\n"
-      "multiples of it.\n\nExample:\n"
-      "  multilayer verify demo/wall.toml --shots 64 --levels 64,128,255 --pictures");
+      "multiples of it.\n\n"
+      "Which mode the coefficients come from says calibration.toml beside them. Of a white\n"
+      "balance, the figures are differences in CIE u'v': of every LED to the target, of\n"
+      "neighbouring LEDs, and of the means of modules.\n\nExample:\n"
+      "  multilayer verify demo/wall.toml --shots 64 --levels 64,128,255 --pictures\n"
+      "  multilayer verify demo/wall.toml --coefficients demo/white --json");
   return {verify, [options] { RunVerify(*options); }};
 }
 

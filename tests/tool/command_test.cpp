@@ -133,7 +133,7 @@ TEST_F(CommandTest, WrongCalls) {
       {{"simulate", "x", "--bit-width", "25"}, "--bit-width"},
       {{"simulate", "x", "--levels", "32"}, "capture.levels is [32]: must hold two levels"},
       {{"simulate", "x", "--levels", "32,300"}, "must stay below the number of gray levels"},
-      {{"info", "a.png"}, "a.png: must end with .mlcoefs or .meter"},
+      {{"info", "a.png"}, "a.png: must end with .mlcoefs, .meter or .whitecoeff"},
       {{"verify", "wall.toml", "--shots", "0"}, "--shots"},
   };
   for (const auto& [arguments, message] : cases) {

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
 
+#include "multilayer/color/white_coeff.h"
 #include "multilayer/meter/led_meter.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
 #include "tests/support/meters.h"
@@ -50,6 +51,17 @@ class ScanTest : public ::testing::Test {
     return ReadFile(folder_.path() / "a.mlcoefs");
   }
 
+  std::string White() {
+    WhiteCoeff white;
+    white.coef_r = cv::Mat(2, 3, CV_32FC1, cv::Scalar(1.0));
+    white.coef_g = white.coef_r * 0.5;
+    white.coef_b = white.coef_r;
+    white.part = {4, 0, 3, 2, 16, 9};
+    white.singular_count = 1;
+    EXPECT_EQ(white.Save(folder_.path() / "a.whitecoeff"), 0);
+    return ReadFile(folder_.path() / "a.whitecoeff");
+  }
+
   FileReport ScanBytes(const std::string& name, const std::string& bytes) {
     WriteFile(folder_.path() / name, bytes);
     return Scan(folder_.path() / name);
@@ -81,11 +93,18 @@ TEST_F(ScanTest, SoundFilesAreSound) {
   EXPECT_EQ(coefs.matrices[0].ones, 6U);
   EXPECT_EQ(coefs.matrices[1].name, "green 0");
   EXPECT_EQ(coefs.matrices[1].max, 0.5);
+
+  const FileReport white = ScanBytes("a.whitecoeff", White());
+  EXPECT_EQ(white.problem, "");
+  EXPECT_EQ(white.header["singular_count"], 1);
+  EXPECT_EQ(white.header["part.x"], 4);
+  ASSERT_EQ(white.matrices.size(), 3U);
+  EXPECT_EQ(white.matrices[1].mean, 0.5);
 }
 
 TEST_F(ScanTest, EveryPrefixAndEveryTailIsBroken) {
-  for (const auto& [name, bytes] :
-       std::map<std::string, std::string>{{"a.meter", Meter()}, {"a.mlcoefs", Coefficients()}}) {
+  for (const auto& [name, bytes] : std::map<std::string, std::string>{
+           {"a.meter", Meter()}, {"a.mlcoefs", Coefficients()}, {"a.whitecoeff", White()}}) {
     for (size_t length = 0; length < bytes.size(); ++length) {
       EXPECT_THAT(ScanBytes(name, bytes.substr(0, length)).problem,
                   HasSubstr("the file ends after"))
@@ -124,6 +143,7 @@ TEST_F(ScanTest, OverwrittenBytesGetAVerdict) {
 TEST_F(ScanTest, NamesByteFieldValueAndRule) {
   const std::string c = Coefficients();
   const std::string m = Meter();
+  const std::string w = White();
   constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
   // Offsets: the coefficients' first matrix begins at 105; the measurement's state at 13 is 16 + 6
   // bytes, its pos 16 + 48, its chroma 16 + 24, the part's tag stands at 139.
@@ -140,6 +160,11 @@ TEST_F(ScanTest, NamesByteFieldValueAndRule) {
       {"a.mlcoefs", With(c, 105, 3), "byte 105, red 0.rows is 3: must be 2"},
       {"a.mlcoefs", With(c, 113, 6), "byte 113, red 0.type is 6: must be 5"},
       {"a.mlcoefs", With(c, 125, kNan), "byte 125, red 0 holds nan: every value must be finite"},
+      {"a.whitecoeff", With(w, 5, -1), "byte 5, singular_count is -1: must be 0 or more"},
+      {"a.whitecoeff", With(w, 5, 7), "singular_count is 7: must be at most the 6 LEDs"},
+      {"a.whitecoeff", With(w, 49, 3), "byte 49, green.rows is 3: must be 2"},
+      {"a.whitecoeff", With(w, 25, kNan), "byte 25, red holds nan: every value must be finite"},
+      {"a.whitecoeff", With(w, 137, 2), "part is 2 x 2: must be the 3 x 2 LEDs of red"},
       {"a.meter", With(m, 5, 3), "byte 5, color is 3: must be 1 (blue), 2 (green) or 4 (red)"},
       {"a.meter", With(m, 9, 7), "byte 9, type is 7: must be"},
       {"a.meter", With(m, 13, 0), "byte 13, state.rows is 0: must be 1 or more"},

@@ -44,10 +44,13 @@ TEST(Job, SurvivesWritingAndReading) {
   job.reach_percentile = 99.5;
   job.decrease = std::array<double, 3>{0.1, 0, 0.25};
   job.from_level = 32;
+  job.chromaticity = {0.283, 0.298};
+  job.white = std::array<double, 3>{640, 660, 720};
   WriteFile(folder.path() / "wall.toml", JobText(job));
   const Job read = ReadJob(folder.path() / "wall.toml");
   EXPECT_EQ(JobText(read), JobText(job));
   EXPECT_EQ(read.decrease, job.decrease);
+  EXPECT_EQ(read.white, job.white);
   EXPECT_FALSE(read.luminance.has_value());
 }
 
@@ -105,9 +108,11 @@ TEST(Job, TellsWhatIsWrong) {
       {capture + "[verify]\nbetween = nan\n", ":5: verify.between is nan: must be a finite number"},
       {capture + "[verify]\nbetween = 0.5\n", ":5: verify.between is 0.5: must be 1 to 1000"},
       {capture + "[target]\ndecrease = [0.1, 0.2]\n",
-       ":5: target.decrease is [0.1, 0.2]: must be a list of three, red, green and blue"},
+       ":5: target.decrease is [0.1, 0.2]: must be a list of 3 numbers"},
       {capture + "[target]\ndecrease = [0.1, 0.2, 1.0]\n",
        ":5: target.decrease[2] is 1: must be -1 to 0.999"},
+      {capture + "[white]\nchromaticity = [0.3]\n",
+       ":5: white.chromaticity is [0.3]: must be a list of 2 numbers"},
       {capture + "[coefficients]\nlayers = 99999999999\n",
        ":5: coefficients.layers is 99999999999: must be 2 to 16384"},
       {"verify = 3\n" + capture, ":1: verify is 3: must be a table, [verify]"},
