@@ -55,15 +55,32 @@ int32_t LevelOfStep(const MultiLayerCoeff& engine) {
 
 void DivideByDrive(LedMeter& meter) { Scale(meter.chroma, 1.0 / meter.layer->linear_norms); }
 
-void AlignMean(LedMeter& meter, double mean) {
-  Scale(meter.chroma, mean / cv::mean(meter.chroma, (meter.state & LED_USABLE) != 0)[0]);
+void UsableMean::Add(const LedMeter& meter) {
+  for (int row = 0; row < meter.chroma.rows; ++row) {
+    const auto* const value = meter.chroma.ptr<float>(row);
+    const auto* const state = meter.state.ptr<uint8_t>(row);
+    for (int col = 0; col < meter.chroma.cols; ++col) {
+      const bool usable = (state[col] & LED_USABLE) != 0;
+      sum_ += usable ? static_cast<double>(value[col]) : 0.0;
+      count_ += usable ? 1 : 0;
+    }
+  }
 }
 
-int32_t StepLuminance(MultiLayerCoeff& engine, std::array<LedMeter, 3> photographs) {
+void Add(WallMeans& means, const std::array<LedMeter, 3>& photographs) {
+  for (size_t primary = 0; primary < means.size(); ++primary) {
+    means[primary].Add(photographs[primary]);
+  }
+}
+
+void Align(LedMeter& meter, double from, double to) { Scale(meter.chroma, to / from); }
+
+int32_t StepLuminance(MultiLayerCoeff& engine, std::array<LedMeter, 3> photographs,
+                      const WallMeans& means) {
   std::array<std::vector<LedMeter*>, 3> lists;
   for (size_t primary = 0; primary < photographs.size(); ++primary) {
     LedMeter& meter = photographs[primary];
-    AlignMean(meter, engine.InitY[3 * primary]);
+    Align(meter, means[primary].Value(), engine.InitY[3 * primary]);
     lists[primary] = {&meter};
   }
   return engine.Compute(&lists[0], &lists[1], &lists[2]);
@@ -83,8 +100,11 @@ int32_t IterateLuminance(const Scene& scene, const PartitionTruth& partition,
     const uint64_t shot = first_shot + static_cast<uint64_t>(engine.iterate_count);
     MeasuredLayers shown =
         scene.Measure(partition, {LevelOfStep(engine)}, CorrectionOfStep(engine), shot);
-    status = StepLuminance(engine, {std::move(shown[0].front()), std::move(shown[1].front()),
-                                    std::move(shown[2].front())});
+    std::array<LedMeter, 3> photographs = {std::move(shown[0].front()), std::move(shown[1].front()),
+                                           std::move(shown[2].front())};
+    WallMeans means;
+    Add(means, photographs);
+    status = StepLuminance(engine, std::move(photographs), means);
   }
   return status;
 }

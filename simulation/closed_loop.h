@@ -26,8 +26,23 @@ int32_t LevelOfStep(const MultiLayerCoeff& engine);
 // response were straight.
 void DivideByDrive(LedMeter& meter);
 
-// chroma x mean / (mean of the LEDs marked LED_USABLE).
-void AlignMean(LedMeter& meter, double mean);
+// Mean of the LEDs marked LED_USABLE, over all partitions that are added.
+class UsableMean {
+ public:
+  void Add(const LedMeter& meter);
+  double Value() const { return sum_ / static_cast<double>(count_); }
+
+ private:
+  double sum_ = 0.0;
+  int64_t count_ = 0;
+};
+
+// Of red, green and blue, over the whole wall.
+using WallMeans = std::array<UsableMean, 3>;
+void Add(WallMeans& means, const std::array<LedMeter, 3>& photographs);
+
+// chroma x to / from.
+void Align(LedMeter& meter, double from, double to);
 
 // --- One step, from photographs of LevelOfStep --------------------------------------------------
 
@@ -39,7 +54,10 @@ void AlignMean(LedMeter& meter, double mean);
 // A factor acts on the whole drive, an LED lights by what exceeds its turn-on drive: a step leaves
 // turn-on / lit drive of a difference, 1.6 % at gray 64, half at gray 16. Returns the engine's
 // status.
-int32_t StepLuminance(MultiLayerCoeff& engine, std::array<LedMeter, 3> photographs);
+// `means`: of the photographs of all partitions of this step. A partition that were aligned by its
+// own mean would keep its difference from the others, and the seams would show.
+int32_t StepLuminance(MultiLayerCoeff& engine, std::array<LedMeter, 3> photographs,
+                      const WallMeans& means);
 
 // White, from X, Y and Z. Every step divides by the drive: the target is absolute, and the means of
 // the levels are corrected too. With one matrix for all LEDs, a step leaves an LED's deviation from
@@ -49,7 +67,7 @@ int32_t StepWhite(MultiLayerCoeff& engine, MeasuredColour white);
 
 // --- The whole loop -----------------------------------------------------------------------------
 
-// All steps that the engine has left. Step i is shot number `first_shot` + i: a loop that goes on
+// All steps that the engine has left, of a wall of one partition. Step i is shot number `first_shot` + i: a loop that goes on
 // from stored coefficients sees the photographs that it would have seen in one go. Returns the
 // first status other than 0.
 int32_t IterateLuminance(const Scene& scene, const PartitionTruth& partition,

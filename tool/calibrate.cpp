@@ -111,19 +111,55 @@ Dead ComputeNorm(const Job& job, const Calibration& calibration, const std::stri
   return {CountDead(meters[0]), CountDead(meters[1]), CountDead(meters[2])};
 }
 
-// The whole closed loop, in front of the simulated camera.
-Dead Iterate(const Job& job, const Calibration& calibration, const SimulatedWall& wall,
-             const std::string& name, PartitionEngine& partition) {
-  const simulation::PartitionTruth truth = wall.Partition(name);
-  simulation::MeasuredPrimaries primaries = wall.Primaries(truth);
-  FullScale(primaries);
-  SetParameters(job, calibration, &primaries, partition);
-  RequireDone(wall.Iterate(calibration.mode, truth, partition.engine), name);
+// A partition of an iteration.
+struct Iterated {
+  PartitionEngine partition;
   Dead dead = {};
-  for (size_t colour = 0; colour < dead.size(); ++colour) {
-    dead[colour] = cv::countNonZero(primaries[colour][1].state & cv::Scalar(LED_DEAD));
+};
+
+std::unique_ptr<Iterated> Prepare(const Job& job, const Calibration& calibration,
+                                  const SimulatedWall& wall, const std::string& name) {
+  auto iterated = std::make_unique<Iterated>();
+  simulation::MeasuredPrimaries primaries = wall.Primaries(wall.Partition(name));
+  FullScale(primaries);
+  for (size_t colour = 0; colour < 3; ++colour) {
+    iterated->dead[colour] = cv::countNonZero(primaries[colour][1].state & cv::Scalar(LED_DEAD));
   }
-  return dead;
+  SetParameters(job, calibration, &primaries, iterated->partition);
+  return iterated;
+}
+
+// The whole closed loop, in front of the simulated camera. The partitions take each step together:
+// the mean of a level is the wall's. Photographs are taken twice rather than kept.
+std::vector<std::unique_ptr<Iterated>> IterateWall(const Job& job, Calibration& calibration,
+                                                   const SimulatedWall& wall) {
+  std::vector<std::unique_ptr<Iterated>> all;
+  for (const std::string& name : job.partitions) {
+    all.push_back(Prepare(job, calibration, wall, name));
+  }
+  const auto photograph = [&](size_t i) {
+    const simulation::Correction shown = calibration.steps == 0
+                                             ? simulation::Correction()
+                                             : simulation::CorrectionOf(all[i]->partition.engine);
+    return wall.Photograph(calibration.mode, wall.Partition(job.partitions[i]),
+                           calibration.NextLevel(), shown, calibration.steps);
+  };
+  Progress progress("calibrate", calibration.order.size() + 1);
+  for (; !calibration.Done(); ++calibration.steps) {
+    simulation::WallMeans means;
+    for (size_t i = 0; i < all.size() && calibration.mode == Mode::kIterate; ++i) {
+      simulation::Add(means, photograph(i));
+    }
+    for (size_t i = 0; i < all.size(); ++i) {
+      MultiLayerCoeff& engine = all[i]->partition.engine;
+      RequireDone(calibration.mode == Mode::kWhite
+                      ? simulation::StepWhite(engine, photograph(i))
+                      : simulation::StepLuminance(engine, photograph(i), means),
+                  job.partitions[i]);
+    }
+    progress.Step();
+  }
+  return all;
 }
 
 void AddRows(Table& table, const std::string& partition, const Dead& dead,
@@ -243,22 +279,28 @@ void RunCalibrate(const CalibrateOptions& options) {
     MakeFolder(output);
   }
   Table table({"partition", "color", "LEDs", "dead", "min", "mean", "max", "uncorrected"}, 2);
-  {
+  const auto finish = [&](const std::string& name, const Dead& dead,
+                          const MultiLayerCoeff& engine) {
+    SaveCoefficients(output / (name + ".mlcoefs"), engine);
+    if (options.images) {
+      WriteImages(output / "images", name, engine);
+    }
+    AddRows(table, name, dead, engine);
+  };
+  if (wall) {
+    const auto iterated = IterateWall(job, calibration, *wall);
+    for (size_t i = 0; i < iterated.size(); ++i) {
+      finish(job.partitions[i], iterated[i]->dead, iterated[i]->partition.engine);
+    }
+  } else {
     Progress progress("calibrate", job.partitions.size());
     for (const std::string& name : job.partitions) {
-      PartitionEngine partition;
-      MultiLayerCoeff& engine = partition.engine;
-      const Dead dead = wall ? Iterate(job, calibration, *wall, name, partition)
-                             : ComputeNorm(job, calibration, name, engine);
-      SaveCoefficients(output / (name + ".mlcoefs"), engine);
-      if (options.images) {
-        WriteImages(output / "images", name, engine);
-      }
-      AddRows(table, name, dead, engine);
+      MultiLayerCoeff engine;
+      const Dead dead = ComputeNorm(job, calibration, name, engine);
+      finish(name, dead, engine);
       progress.Step();
     }
   }
-  calibration.steps = static_cast<int32_t>(calibration.order.size()) + 1;
   SaveCalibration(output, calibration);
   PrintOut(ModeText(calibration) +
            (calibration.mode == Mode::kWhite ? TargetText(calibration.white)

@@ -125,11 +125,4 @@ std::array<LedMeter, 3> SimulatedWall::Photograph(Mode mode,
   return {std::move(layers[0].front()), std::move(layers[1].front()), std::move(layers[2].front())};
 }
 
-int32_t SimulatedWall::Iterate(Mode mode, const simulation::PartitionTruth& partition,
-                               MultiLayerCoeff& engine) const {
-  return mode == Mode::kWhite
-             ? simulation::IterateWhite(scene_, partition, engine, shots_.steps)
-             : simulation::IterateLuminance(scene_, partition, engine, shots_.steps);
-}
-
 }  // namespace multilayer::tool

@@ -57,11 +57,6 @@ class SimulatedWall {
                                      int32_t level, const simulation::Correction& shown,
                                      int32_t step) const;
 
-  // All steps that are left, each on a photograph of the wall as it is by then. Returns the
-  // library's status.
-  int32_t Iterate(Mode mode, const simulation::PartitionTruth& partition,
-                  MultiLayerCoeff& engine) const;
-
  private:
   const Job& job_;
   Truth truth_;

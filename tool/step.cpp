@@ -167,8 +167,8 @@ void Photograph(const Job& job, const Calibration& state, const fs::path& folder
   }
 }
 
-void Step(const Job& job, const Calibration& state, const fs::path& folder,
-          const std::string& name) {
+void Step(const Job& job, const Calibration& state, const fs::path& folder, const std::string& name,
+          const simulation::WallMeans& means) {
   PartitionEngine partition;
   std::array<LedMeter, 3> meters = LoadStep(job, state, name);
   if (state.steps > 0) {
@@ -184,9 +184,10 @@ void Step(const Job& job, const Calibration& state, const fs::path& folder,
     primaries = LoadPrimaries(job, name);
   }
   SetParameters(job, state, &primaries, partition);
-  const int32_t status = state.mode == Mode::kWhite
-                             ? simulation::StepWhite(partition.engine, std::move(meters))
-                             : simulation::StepLuminance(partition.engine, std::move(meters));
+  const int32_t status =
+      state.mode == Mode::kWhite
+          ? simulation::StepWhite(partition.engine, std::move(meters))
+          : simulation::StepLuminance(partition.engine, std::move(meters), means);
   RequireDone(status, name);
   SaveCoefficients(Staged(folder, name, state.steps + 1), partition.engine);
 }
@@ -233,9 +234,13 @@ void RunStep(const Job& job, const Calibration& plan, const fs::path& folder, bo
     state.targets = FindTargets(job);
   }
   {
+    simulation::WallMeans means;
+    for (size_t i = 0; i < job.partitions.size() && state.mode == Mode::kIterate; ++i) {
+      simulation::Add(means, LoadStep(job, state, job.partitions[i]));
+    }
     Progress progress("step", job.partitions.size());
     for (const std::string& name : job.partitions) {
-      Step(job, state, folder, name);
+      Step(job, state, folder, name, means);
       progress.Step();
     }
   }

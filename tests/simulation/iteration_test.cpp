@@ -269,9 +269,11 @@ TEST_F(Iteration, GoesOnFromItsBufferWithTheSameBits) {
         ASSERT_EQ(StepWhite(part, scene_.MeasureWhite(truth_, level, shown, 100 + step)), 0);
       } else {
         MeasuredLayers layers = scene_.Measure(truth_, {level}, shown, 100 + step);
-        ASSERT_EQ(StepLuminance(part, {std::move(layers[0][0]), std::move(layers[1][0]),
-                                       std::move(layers[2][0])}),
-                  0);
+        std::array<LedMeter, 3> photographs = {std::move(layers[0][0]), std::move(layers[1][0]),
+                                               std::move(layers[2][0])};
+        WallMeans means;
+        Add(means, photographs);
+        ASSERT_EQ(StepLuminance(part, std::move(photographs), means), 0);
       }
     }
     uint64_t size = 0;
@@ -325,7 +327,10 @@ TEST(FullScale, IsByTheDriveOrByTheMeanOfUsableLeds) {
   DivideByDrive(meter);
   EXPECT_EQ(meter.chroma.at<float>(0, 0), 12.0F);
   EXPECT_EQ(meter.chroma.at<float>(0, 1), 2.0F);
-  AlignMean(meter, 36.0);
+  UsableMean mean;
+  mean.Add(meter);
+  EXPECT_EQ(mean.Value(), 12.0);
+  Align(meter, mean.Value(), 36.0);
   EXPECT_EQ(meter.chroma.at<float>(0, 0), 36.0F);
   EXPECT_EQ(meter.chroma.at<float>(0, 1), 6.0F);
 }

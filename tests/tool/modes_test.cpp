@@ -16,11 +16,11 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-// Two partitions of 30 x 24 LEDs.
+// Two partitions of 80 x 24 LEDs, each on a module of its own: their means differ by percents.
 class ModesTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_EQ(Run({"simulate", "job", "--width", "60", "--height", "24", "--partitions", "2x1",
+    ASSERT_EQ(Run({"simulate", "job", "--width", "160", "--height", "24", "--partitions", "2x1",
                    "--levels", "64,128,255", "--coef-layers", "4"})
                   .exit,
               0);
