@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -165,7 +166,7 @@ std::vector<std::unique_ptr<Iterated>> IterateWall(const Job& job, Calibration& 
 void AddRows(Table& table, const std::string& partition, const Dead& dead,
              const MultiLayerCoeff& engine) {
   const std::vector<cv::Mat>* lists[] = {&engine.coef_r, &engine.coef_g, &engine.coef_b};
-  for (size_t colour = 0; colour < kColours.size(); ++colour) {
+  for (size_t colour = 0; colour < std::size(lists); ++colour) {
     const CoefSummary summary = Summarise(*lists[colour]);
     table.Add({partition, kColours[colour], std::to_string(lists[colour]->front().total()),
                std::to_string(dead[colour]), Fixed(summary.min, 4), Fixed(summary.mean, 4),
