@@ -54,22 +54,22 @@ void Align(LedMeter& meter, double from, double to);
 // A factor acts on the whole drive, an LED lights by what exceeds its turn-on drive: a step leaves
 // turn-on / lit drive of a difference, 1.6 % at gray 64, half at gray 16. Returns the engine's
 // status.
-// `means`: of the photographs of all partitions of this step. A partition that were aligned by its
-// own mean would keep its difference from the others, and the seams would show.
+// `means`: of the photographs of all partitions of this step. A partition aligned by its own mean
+// would keep its difference from the others, and the seams would show.
 int32_t StepLuminance(MultiLayerCoeff& engine, std::array<LedMeter, 3> photographs,
                       const WallMeans& means);
 
 // White, from X, Y and Z. Every step divides by the drive: the target is absolute, and the means of
 // the levels are corrected too. With one matrix for all LEDs, a step leaves an LED's deviation from
-// it, some 6 %, of what is missing: little at gray 64, too much at gray 16, where a third is missing
-// and only one step is the level's own. Returns the status of the bundle or the engine.
+// it, some 6 %, of what is missing: little at gray 64, too much at gray 16, where a third is
+// missing and only one step is the level's own. Returns the status of the bundle or the engine.
 int32_t StepWhite(MultiLayerCoeff& engine, MeasuredColour white);
 
 // --- The whole loop -----------------------------------------------------------------------------
 
-// All steps that the engine has left, of a wall of one partition. Step i is shot number `first_shot` + i: a loop that goes on
-// from stored coefficients sees the photographs that it would have seen in one go. Returns the
-// first status other than 0.
+// All steps that the engine has left, of a wall of one partition. Step i is shot number
+// `first_shot` + i: a loop that goes on from stored coefficients sees the photographs that it would
+// have seen in one go. Returns the first status other than 0.
 int32_t IterateLuminance(const Scene& scene, const PartitionTruth& partition,
                          MultiLayerCoeff& engine, uint64_t first_shot);
 int32_t IterateWhite(const Scene& scene, const PartitionTruth& partition, MultiLayerCoeff& engine,

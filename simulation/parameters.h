@@ -31,8 +31,8 @@ struct WallParameters {
   // white for Gaussian spectra of 17, 33 and 24 nm width [computed from V(lambda)], blue rounded up
   // to 1000 cd/m^2 of white in all [choice].
   std::array<double, 3> full_scale = {270.0, 660.0, 70.0};
-  // Nominal wavelengths, nm [choice: common LEDs]: peaks of the spectra, near which the slopes below
-  // hold.
+  // Nominal wavelengths, nm [choice: common LEDs]: peaks of the spectra, near which the slopes
+  // below hold.
   std::array<double, 3> wavelength = {630.0, 527.0, 467.0};
   // Spectra: Gaussians of these full widths at half maximum, nm [data sheets], of which a share of
   // the power is spread over a wider Gaussian of the same peak. Spectra of LEDs have a broad foot,

@@ -18,7 +18,8 @@ namespace multilayer::tool {
 
 // Takes the next step if its measurements are there, and says what to show and measure next.
 // `plan` is what the call asks for, as yet without targets; `own_order`: with an order of its own,
-// which must then be that of the run. `simulate`: photographs the simulated wall first. Throws Failure; the state is then that of the step before.
+// which must then be that of the run. `simulate`: photographs the simulated wall first. Throws
+// Failure; the state is then that of the step before.
 void RunStep(const Job& job, const Calibration& plan, const std::filesystem::path& folder,
              bool own_order, bool simulate);
 

@@ -14,8 +14,8 @@ namespace multilayer {
 // itself.
 int32_t FromDescriptor(const MultiLayerMat* descriptor, cv::Mat& mat);
 
-// Fills `out` from the engine; with `copy`, every data is a copy from malloc. Throws when memory for
-// copies has run out, or a matrix does not fit a descriptor; then no descriptor holds data.
+// Fills `out` from the engine; with `copy`, every data is a copy from malloc. Throws when memory
+// for copies has run out, or a matrix does not fit a descriptor; then no descriptor holds data.
 void FillResult(const MultiLayerCoeff& engine, bool copy, MultiLayerResult& out);
 
 }  // namespace multilayer

@@ -199,7 +199,8 @@ MULTILAYER_EXPORT int32_t MultiLayerComputeLum(MultiLayerHandle handle, MultiLay
  *                        current coefficients, brought to full scale. meters[0] has its part.
  *   count                3.
  * Statuses: 0, MULTILAYER_NULL, MULTILAYER_REJECTED, MULTILAYER_EMPTY, MULTILAYER_MAX_ITERATIONS,
- * MULTILAYER_NO_PARAMETERS (the last setter was refused, or a run goes on without its coefficients).
+ * MULTILAYER_NO_PARAMETERS (the last setter was refused, or a run goes on without its
+ * coefficients).
  * Afterwards: one more step is done; the first sets all layers, later ones correct those that
  * docs/numerics.md names. After a refusal earlier coefficients are kept. An invalid white, a null
  * target_white and a null rgb_to_xyz are refused without a log line. */

@@ -133,8 +133,8 @@ void MultiLayerCoeff::MakeCoefs() {
   }
 }
 
-// Steps work in place: matrices that somebody else holds too (another entry, a copy of the engine, a
-// host) are replaced by copies first.
+// Steps work in place: matrices that somebody else holds too (another entry, a copy of the engine,
+// a host) are replaced by copies first.
 void MultiLayerCoeff::Unshare() {
   for (std::vector<cv::Mat>* list : ColourLists()) {
     for (cv::Mat& coef : *list) {

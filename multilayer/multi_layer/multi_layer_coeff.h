@@ -23,8 +23,8 @@ class WhiteCoeff;
 // operation that can fail returns a status, 0 for success (multilayer/api/multilayer.h lists them),
 // and logs one line when it refuses. Three states: without parameters (pos_hardware is empty), with
 // parameters (a setter returned 0), computed (the coefficient lists hold coef_layer_num matrices a
-// colour). Not thread-safe: one engine belongs to one thread at a time; engines share nothing, and a
-// copy of an engine shares only matrices that neither changes in place.
+// colour). Not thread-safe: one engine belongs to one thread at a time; engines share nothing, and
+// a copy of an engine shares only matrices that neither changes in place.
 class MultiLayerCoeff {
  public:
   // --- State, in the order in which it is defined ------------------------------------------------
