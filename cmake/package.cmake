@@ -10,11 +10,15 @@ set(record_headers
   meter/led_meter.h)
 set(core_headers
   ${record_headers}
+  coeff/chroma_coeff.h
+  coeff/lum_coeff.h
   color/chroma.h
   color/white_coeff.h
+  io/bio.h
   io/byte_stream.h
   io/container.h
-  multi_layer/multi_layer_coeff.h)
+  multi_layer/multi_layer_coeff.h
+  shot/shot.h)
 
 function(multilayer_install_headers component)
   foreach(header ${ARGN})

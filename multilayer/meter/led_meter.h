@@ -5,12 +5,15 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <opencv2/core/mat.hpp>
 
 #include "multilayer/io/metadata.h"
 
 namespace multilayer {
+
+struct Shot;
 
 // Tests that LedMeter::Check can be asked for: bits, combined with OR.
 enum LedMeterCheck : uint32_t {
@@ -66,6 +69,54 @@ struct LedMeter {
   static int32_t Check(uint32_t mask, const LedMeter* a);
   static int32_t Check(uint32_t mask, const LedMeter* a, const LedMeter* b);
   static int32_t Check(uint32_t mask, const LedMeter* a, const LedMeter* b, const LedMeter* c);
+
+  // --- Measuring shot by shot -------------------------------------------------------------------
+  //
+  // A shot lights one LED in every interval_x columns and interval_y rows; after one shot for each
+  // place of that grid the record is complete. `pos_input` and `chroma_input` are what was found
+  // in the shot's image: null, or two matrices each, lighted_led_h x lighted_led_w. Of pos_input the
+  // second is CV_32FC2, the places (x, y); the first is not read, but must hold elements. Of
+  // chroma_input the first is CV_8UC1, LedState bits, the second CV_32FC1, the values.
+
+  // Whether a shot may be added. The first one (`added` empty) makes the record: metadata, color
+  // and type of the shot; state, and pos and chroma if their inputs are given, all 0. A shot that
+  // passes is marked in `added`. Returns 0, or after one log line: 1 no shot or no inputs; 403
+  // three channels; 110, 111, 104 as Shot::Check; 5 an input is empty; 400 lighted LEDs that do not
+  // fit the pattern or the partition; 404 other inputs than the first shot; 102 other color, type,
+  // partition or pattern; 401 added already; 9 no partition, or matrices of other types. Nothing is
+  // changed then.
+  int32_t CheckInput(const Shot* shot, const cv::Mat* pos_input, const cv::Mat* chroma_input);
+
+  // CheckInput, then copies the inputs to the LEDs that the shot lights. `chroma_input` must not be
+  // null. Statuses as CheckInput.
+  int32_t Add(const Shot* shot, const cv::Mat* pos_input, const cv::Mat* chroma_input);
+
+  // --- Operations on a complete record ----------------------------------------------------------
+
+  // Gives every LED marked LED_DEAD the median of chroma over its 3 x 3 neighbourhood, the border
+  // repeated. Returns 0; 5 chroma empty; 9 chroma or state no plane of their type and equal size.
+  int32_t FixDeadPoint();
+
+  // Scales chroma so that its mean becomes the target of the record's type. `target`: 3 floats, X,
+  // Y, Z. The mean is that of all LEDs or, with both `point` (2 values: column, row) and `radius`
+  // (LEDs), of those within radius + 0.5 of the point. A mean of 0 gives infinity or NaN. Returns
+  // 0; 1 null target; 5 chroma empty; 9 chroma is no plane of floats; 405 the disc leaves the
+  // partition.
+  int32_t Align(const float* target, const int32_t* point, const int32_t* radius);
+
+  // Draws pos.x of every LED as a gray image, 255 the largest magnitude, to `fullname`, whose
+  // extension names the image format. Returns 0; 5 pos empty; 9 pos is no plane of points; 4 not
+  // written.
+  int32_t ExportPointImage(const std::string& fullname) const;
+
+  // Averages chroma over the ".meter" files `fullnames`, `count` of them, and saves it, with all
+  // else as in the first file, as `output`. Returns 0, or after one log line: 471 another number
+  // of names; 9 color, type or size of a file differ from the first; without a log line 1 for an
+  // empty name; or the status of Load or Save.
+  static int32_t MeterMean(const std::vector<std::string>& fullnames, int32_t count,
+                           const std::string& output);
+
+  // --- Files and buffers ------------------------------------------------------------------------
 
   // Writes the record to `fullname`, which must end with ".meter"; an earlier file is replaced. An
   // empty record is saved as it stands. Returns 0; 8 wrong extension; 4 cannot be opened. A write
