@@ -3,7 +3,7 @@
 
 #include <opencv2/core.hpp>
 
-#include "multilayer/color/white_kernel.h"
+#include "multilayer/color/white_matrices.h"
 #include "multilayer/io/fail.h"
 #include "pellix/pellix.h"
 
@@ -14,24 +14,6 @@ constexpr int32_t kRejected = 9;
 
 bool IsFloatPlane(const cv::Mat& plane, int32_t rows, int32_t cols) {
   return plane.dims == 2 && plane.type() == CV_32FC1 && plane.rows == rows && plane.cols == cols;
-}
-
-Matrix3 MatrixOf(const cv::Mat& mat) {
-  Matrix3 m;
-  for (int row = 0; row < 3; ++row) {
-    std::copy_n(mat.ptr<float>(row), 3, m[static_cast<size_t>(row)].begin());
-  }
-  return m;
-}
-
-PrimaryRows RowOf(const std::array<ChromaXYZ, 3>& primaries, int row) {
-  PrimaryRows rows;
-  for (size_t c = 0; c < 3; ++c) {
-    rows[0][c] = primaries[c].X.ptr<float>(row);
-    rows[1][c] = primaries[c].Y.ptr<float>(row);
-    rows[2][c] = primaries[c].Z.ptr<float>(row);
-  }
-  return rows;
 }
 
 }  // namespace
@@ -85,26 +67,17 @@ int32_t WhiteCoeff::Compute(const ChromaXYZ& w, const PartRecord& p) {
   }
   TakeDifferences(w);
   singular_count = 0;
-  const bool fixed = !rgb2xyz.empty();
-  const Inverse3 inverse(fixed ? MatrixOf(rgb2xyz) : Matrix3{});
-  const auto count = static_cast<size_t>(width);
+  const WhiteMatrices matrices(rgb2xyz, rgb_xyz);
   for (int row = 0; row < height; ++row) {
     const WhiteRow leds = {
         {delta_xyz.X.ptr<float>(row), delta_xyz.Y.ptr<float>(row), delta_xyz.Z.ptr<float>(row)},
         {coef_r.ptr<float>(row), coef_g.ptr<float>(row), coef_b.ptr<float>(row)}};
-    if (fixed) {
-      AddIncrements(inverse, leds, count);
-    } else {
-      singular_count += AddIncrements(RowOf(rgb_xyz, row), leds, count);
-    }
-  }
-  if (fixed && inverse.singular) {
-    singular_count = width * height;
+    singular_count += matrices.AddIncrements(leds, row, 0, static_cast<size_t>(width));
   }
   return 0;
 }
 
-// All checks of Compute. The partition stays bound when a later one fails.
+// The partition stays bound when a later check fails.
 int32_t WhiteCoeff::Bind(const ChromaXYZ& w, const PartRecord& p) {
   const bool fixed = !rgb2xyz.empty();
   const bool measured = !rgb_xyz[0].empty() && !rgb_xyz[1].empty() && !rgb_xyz[2].empty();

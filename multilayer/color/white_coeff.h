@@ -54,6 +54,10 @@ class WhiteCoeff {
   // primaries or restored gains of another size. A refusal leaves the gains as they were.
   int32_t Compute(const ChromaXYZ& w, const PartRecord& p);
 
+  // The checks of Compute alone: what it would refuse, with its statuses and log lines. Binds the
+  // object to `p` if it is not bound yet.
+  int32_t Bind(const ChromaXYZ& w, const PartRecord& p);
+
   // ".whitecoeff" files and buffers, statuses as LedMeter's. They hold gains, partition and
   // singular count; a restored object goes on from its gains. GetBufferSize: 5 without gains.
   int32_t Save(const std::string& fullname) const;
@@ -63,7 +67,6 @@ class WhiteCoeff {
   int32_t GetBufferSize(uint64_t* size) const;
 
  private:
-  int32_t Bind(const ChromaXYZ& w, const PartRecord& p);
   void TakeDifferences(const ChromaXYZ& w);
 
   void WriteStream(ByteWriter& writer) const;

@@ -227,7 +227,9 @@ class MultiLayerCoeff {
   void MakeCoefs();
   void Unshare();
   std::array<std::vector<cv::Mat>*, 3> ColourLists();
-  int32_t TakeWhiteStep(const ChromaXYZ& white, const PartRecord& part, WhiteCoeff& step) const;
+  int32_t PrepareWhiteStep(const ChromaXYZ& white, const PartRecord& part, WhiteCoeff& step) const;
+  int32_t TakeWhiteStep(const WhiteCoeff& step, const ChromaXYZ& white,
+                        const std::vector<int32_t>& layers, bool set, size_t captured);
 
   void WriteStream(ByteWriter& writer) const;
   const char* ReadStream(ByteReader& reader);

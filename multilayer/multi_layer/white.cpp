@@ -4,6 +4,7 @@
 #include <opencv2/core.hpp>
 
 #include "multilayer/color/white_coeff.h"
+#include "multilayer/color/white_matrices.h"
 #include "multilayer/io/fail.h"
 #include "multilayer/multi_layer/layer_walk.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
@@ -14,14 +15,46 @@ namespace {
 
 constexpr int32_t kRejected = 9;
 
+// LEDs that go through all layers together: their gains stay in the first-level cache.
+constexpr size_t kTile = 2048;
+
+// The gains of a tile from 1, and what made them.
+struct Tile {
+  std::array<std::array<float, kTile>, 3> gain;
+  std::array<std::array<float, kTile>, 3> difference;
+};
+
+struct Stretch {
+  int row;
+  size_t begin;
+  size_t count;
+};
+
+// The layers of one colour that a step changes.
+struct Layers {
+  std::vector<cv::Mat>& coefs;
+  const std::vector<int32_t>& corrected;
+  bool set;         // to the gain; otherwise gain - 1 is added
+  size_t captured;  // layers from this one on become copies of the one below it
+};
+
 // coefficient + (gain - 1): a gain of exactly 1 leaves every coefficient exactly as it was.
-void AddCorrection(const cv::Mat& gain, cv::Mat& coef) {
-  for (int row = 0; row < gain.rows; ++row) {
-    const auto* from = gain.ptr<float>(row);
-    auto* to = coef.ptr<float>(row);
-    for (int col = 0; col < gain.cols; ++col) {
-      to[col] = to[col] + (from[col] - 1.0F);
+void Fold(const float* gain, const Stretch& leds, const Layers& layers) {
+  const auto at = [&](size_t layer) {
+    return layers.coefs[layer].ptr<float>(leds.row) + leds.begin;
+  };
+  for (const int32_t layer : layers.corrected) {
+    float* const coef = at(static_cast<size_t>(layer));
+    if (layers.set) {
+      std::copy_n(gain, leds.count, coef);
+      continue;
     }
+    for (size_t i = 0; i < leds.count; ++i) {
+      coef[i] = coef[i] + (gain[i] - 1.0F);
+    }
+  }
+  for (size_t k = layers.captured; k < layers.coefs.size(); ++k) {
+    std::copy_n(at(layers.captured - 1), leds.count, at(k));
   }
 }
 
@@ -51,33 +84,18 @@ int32_t MultiLayerCoeff::ComputeWhite(const ChromaXYZ& white, const PartRecord& 
                 kName);
   }
   WhiteCoeff step;
-  if (const int32_t status = TakeWhiteStep(white, part, step); status != 0) {
+  if (const int32_t status = PrepareWhiteStep(white, part, step); status != 0) {
     return status;
   }
   if (first || unset) {
     MakeCoefs();
   }
   Unshare();
-  singular_total = static_cast<int32_t>(static_cast<uint32_t>(singular_total) +
-                                        static_cast<uint32_t>(step.singular_count));
-  const std::vector<int32_t> layers = LayersOfStep(iterate_layer_order, iterate_count);
-  const cv::Mat* const gains[] = {&step.coef_r, &step.coef_g, &step.coef_b};
-  for (size_t c = 0; c < 3; ++c) {
-    std::vector<cv::Mat>& coefs = *ColourLists()[c];
-    for (const int32_t layer : layers) {
-      cv::Mat& coef = coefs[static_cast<size_t>(layer)];
-      if (first) {
-        gains[c]->copyTo(coef);
-      } else {
-        AddCorrection(*gains[c], coef);
-      }
-    }
-    // Layers above the highest captured one follow it.
-    const auto top = static_cast<size_t>(capture_layer_num) - 1;
-    for (size_t k = top + 1; k < coefs.size(); ++k) {
-      coefs[top].copyTo(coefs[k]);
-    }
-  }
+  const int32_t singular =
+      TakeWhiteStep(step, white, LayersOfStep(iterate_layer_order, iterate_count), first,
+                    static_cast<size_t>(capture_layer_num));
+  singular_total =
+      static_cast<int32_t>(static_cast<uint32_t>(singular_total) + static_cast<uint32_t>(singular));
   ++iterate_count;
   return 0;
 }
@@ -106,26 +124,60 @@ int32_t MultiLayerCoeff::ComputeWhiteSingle(const ChromaXYZ& white, int32_t cur_
     }
   }
   WhiteCoeff step;
-  if (const int32_t status = TakeWhiteStep(white, part_x_y_w_h, step); status != 0) {
+  if (const int32_t status = PrepareWhiteStep(white, part_x_y_w_h, step); status != 0) {
     return status;
   }
   Unshare();
-  AddCorrection(step.coef_r, coef_r[layer]);
-  AddCorrection(step.coef_g, coef_g[layer]);
-  AddCorrection(step.coef_b, coef_b[layer]);
+  TakeWhiteStep(step, white, {static_cast<int32_t>(layer)}, false, /*captured=*/SIZE_MAX);
   return 0;
 }
 
-// One step of a fresh WhiteCoeff: its gains are 1 + M^-1 (target - measured).
-int32_t MultiLayerCoeff::TakeWhiteStep(const ChromaXYZ& white, const PartRecord& part,
-                                       WhiteCoeff& step) const {
+int32_t MultiLayerCoeff::PrepareWhiteStep(const ChromaXYZ& white, const PartRecord& part,
+                                          WhiteCoeff& step) const {
   if (const int32_t status = step.SetTargetWhite(target_white); status != 0) {
     return status;
   }
   const bool measured = !(xyz_r.empty() && xyz_g.empty() && xyz_b.empty());
-  const int32_t status =
-      measured ? step.SetRGBXYZ(xyz_r, xyz_g, xyz_b) : step.SetRGBXYZ(rgb_to_xyz);
-  return status != 0 ? status : step.Compute(white, part);
+  if (const int32_t status =
+          measured ? step.SetRGBXYZ(xyz_r, xyz_g, xyz_b) : step.SetRGBXYZ(rgb_to_xyz);
+      status != 0) {
+    return status;
+  }
+  PellixInfo("WhiteCoeff::Compute");
+  return step.Bind(white, part);
+}
+
+// One step of a fresh WhiteCoeff, whose gains are 1 + M^-1 (target - measured), a tile at a time,
+// so that every measurement is read once and every layer goes through the cache once. Returns how
+// many LEDs were singular.
+int32_t MultiLayerCoeff::TakeWhiteStep(const WhiteCoeff& step, const ChromaXYZ& white,
+                                       const std::vector<int32_t>& layers, bool set,
+                                       size_t captured) {
+  const WhiteMatrices matrices(step.rgb2xyz, step.rgb_xyz);
+  const cv::Mat_<float>* const measured[] = {&white.X, &white.Y, &white.Z};
+  const auto width = static_cast<size_t>(white.X.cols);
+  int32_t singular = 0;
+  Tile tile;
+  for (int row = 0; row < white.X.rows; ++row) {
+    for (size_t begin = 0; begin < width; begin += kTile) {
+      const Stretch leds = {row, begin, std::min(kTile, width - begin)};
+      WhiteRow pointers;
+      for (size_t c = 0; c < 3; ++c) {
+        const float* const from = measured[c]->ptr<float>(row) + begin;
+        for (size_t i = 0; i < leds.count; ++i) {
+          tile.difference[c][i] = target_white[c] - from[i];
+        }
+        tile.gain[c].fill(1.0F);
+        pointers.delta[c] = tile.difference[c].data();
+        pointers.gain[c] = tile.gain[c].data();
+      }
+      singular += matrices.AddIncrements(pointers, row, begin, leds.count);
+      for (size_t c = 0; c < 3; ++c) {
+        Fold(tile.gain[c].data(), leds, {*ColourLists()[c], layers, set, captured});
+      }
+    }
+  }
+  return singular;
 }
 
 }  // namespace multilayer
