@@ -16,6 +16,24 @@ MeasuredColour PhotographColour(const Scene& scene, const PartitionTruth& partit
   return {photograph(0, CIE_X), photograph(1, CIE_Y), photograph(2, CIE_Z)};
 }
 
+// The light of all primaries together, of which `luminance` is each one's.
+template <class LuminanceOf>
+Tristimulus Sum(const Scene& scene, const PartitionTruth& partition, LuminanceOf luminance) {
+  Tristimulus sum;
+  for (size_t primary = 0; primary < partition.primaries.size(); ++primary) {
+    const Tristimulus light =
+        scene.colours.Of(primary, partition.primaries[primary], luminance(primary));
+    for (size_t plane = 0; plane < sum.size(); ++plane) {
+      if (primary == 0) {
+        sum[plane] = light[plane].clone();
+      } else {
+        sum[plane] += light[plane];
+      }
+    }
+  }
+  return sum;
+}
+
 }  // namespace
 
 Correction CorrectionOf(const MultiLayerCoeff& engine) {
@@ -59,19 +77,16 @@ MeasuredLayers Scene::Measure(const PartitionTruth& partition, const std::vector
 
 Tristimulus Scene::ShineWhite(const PartitionTruth& partition, int32_t level,
                               const Correction& correction) const {
-  Tristimulus white;
-  for (size_t primary = 0; primary < correction.size(); ++primary) {
-    const Tristimulus light = colours.Of(primary, partition.primaries[primary],
-                                         Shine(partition, primary, level, correction));
-    for (size_t plane = 0; plane < white.size(); ++plane) {
-      if (primary == 0) {
-        white[plane] = light[plane].clone();
-      } else {
-        white[plane] += light[plane];
-      }
-    }
-  }
-  return white;
+  return Sum(*this, partition,
+             [&](size_t primary) { return Shine(partition, primary, level, correction); });
+}
+
+Tristimulus Scene::ShineMixed(const PartitionTruth& partition, const std::array<int32_t, 3>& levels,
+                              const ChromaCoeff& set) const {
+  const cv::Size size(partition.part.w, partition.part.h);
+  return Sum(*this, partition, [&](size_t primary) {
+    return Emit(wall, partition.primaries[primary], controller.Mix(levels, size, set, primary));
+  });
 }
 
 MeasuredColour Scene::MeasureWhite(const PartitionTruth& partition, int32_t level,

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "multilayer/coeff/chroma_coeff.h"
 #include "multilayer/meter/led_meter.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
 #include "simulation/camera.h"
@@ -52,7 +53,12 @@ struct Scene {
   Tristimulus ShineWhite(const PartitionTruth& partition, int32_t level,
                          const Correction& correction) const;
 
-  // Photographs that white, once through each filter. The layer's index is 0.
+  // True colour while the wall shows levels of red, green and blue through a chroma set: 0 for the
+  // primaries that are off.
+  Tristimulus ShineMixed(const PartitionTruth& partition, const std::array<int32_t, 3>& levels,
+                         const ChromaCoeff& set) const;
+
+  // Photographs the white, once through each filter. The layer's index is 0.
   MeasuredColour MeasureWhite(const PartitionTruth& partition, int32_t level,
                               const Correction& correction = {}, uint64_t shot = 0) const;
 
