@@ -38,7 +38,14 @@ struct Scene {
   WallParameters wall;
   Controller controller;
   Camera camera;
+  // Columns and rows of the sparse shots that every measurement is accumulated from; 1 x 1 is one
+  // photograph of all LEDs. The measurements are the same, bit for bit.
+  cv::Size shots = {1, 1};
   Colours colours = Colours(wall);
+
+  // Measures what stands before the camera, as `shots` says: by LedMeter::Add if there are several.
+  // `number` as Camera::Photograph.
+  LedMeter Take(const Subject& subject, uint64_t number) const;
 
   // True luminance of one primary (CV_64FC1, cd/m^2) while the wall shows a gray level.
   cv::Mat Shine(const PartitionTruth& partition, size_t primary, int32_t level,
