@@ -213,9 +213,12 @@ cv::Mat Camera::LocateLeds(const Subject& subject, const PatternRecord& lit) con
   return pos;
 }
 
+// Perspective widens the nearer half by what it narrows the distance at its corner.
 cv::Point2d Camera::ImageCentre(const PartRecord& part) const {
-  const double pitch = parameters_.pixels_per_led;
-  return {parameters_.margin + 0.5 * pitch * part.w, parameters_.margin + 0.5 * pitch * part.h};
+  const double nearest =
+      1.0 - 0.5 * (std::abs(parameters_.keystone_x) + std::abs(parameters_.keystone_y));
+  const double half = 0.5 * parameters_.pixels_per_led / nearest;
+  return {parameters_.margin + half * part.w, parameters_.margin + half * part.h};
 }
 
 cv::Mat Camera::Render(const PartRecord& part, const Findings& found) const {

@@ -124,5 +124,16 @@ TEST_F(Shots, ShowTheLitLedsAndNoOthers) {
   }
 }
 
+// Of a wide partition, perspective moves the outer LEDs by more than the dark margin.
+TEST_F(Shots, HoldAllOfAWidePartition) {
+  constexpr PartRecord kWide = {0, 0, 3000, 2, 3000, 2};
+  const Subject subject = {
+      wall_, kWide, 1, {0, 0.5F, 128}, cv::Mat(kWide.h, kWide.w, CV_64FC1, cv::Scalar(50.0))};
+  const Camera camera({});
+  const PatternRecord all = SparsePatterns(kWide, {1, 1}).front();
+  const SparseShot sparse = camera.Shoot(subject, camera.Meter(subject), all, 0);
+  EXPECT_NEAR(cv::sum(sparse.shot.image)[0] / cv::sum(sparse.chroma_input[1])[0], 1.0, 1e-5);
+}
+
 }  // namespace
 }  // namespace multilayer::simulation
