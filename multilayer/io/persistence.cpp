@@ -7,6 +7,7 @@
 
 #include "multilayer/io/container.h"
 #include "multilayer/io/fail.h"
+#include "pellix/pellix.h"
 
 namespace multilayer {
 namespace {
@@ -18,6 +19,10 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
+
+void LogEntry(const FileFormat& format, const char* operation) {
+  PellixInfo("%s::%s", format.class_name, operation);
+}
 
 File OpenForWriting(const std::string& fullname) {
   return File(std::fopen(fullname.c_str(), "wb"));
@@ -41,6 +46,13 @@ void WriteStream(ByteWriter& writer, const WriteBody& write) {
   writer.Put(kByteOrderMark);
   writer.Put(kVersion);
   write(writer);
+}
+
+// The length of the whole stream: mark, version and body.
+uint64_t CountBytes(const WriteBody& write) {
+  ByteWriter counter;
+  WriteStream(counter, write);
+  return counter.size();
 }
 
 bool ReadMark(ByteReader& reader) {
@@ -72,6 +84,7 @@ int32_t ReadStream(const FileFormat& format, const char* operation, ByteReader& 
 }  // namespace
 
 int32_t SaveFile(const FileFormat& format, const std::string& fullname, const WriteBody& write) {
+  LogEntry(format, "Save");
   if (const int32_t status = HasExtension(fullname, format.extension); status != 0) {
     return Fail(status, "%s::Save--Error :: ext filename mismatch.", format.class_name);
   }
@@ -86,6 +99,7 @@ int32_t SaveFile(const FileFormat& format, const std::string& fullname, const Wr
 }
 
 int32_t LoadFile(const FileFormat& format, const std::string& fullname, const ReadBody& read) {
+  LogEntry(format, "Load");
   if (const int32_t status = HasExtension(fullname, format.extension); status != 0) {
     return Fail(status, "%s::Load--Error :: ext filename mismatch.", format.class_name);
   }
@@ -104,7 +118,9 @@ int32_t LoadFile(const FileFormat& format, const std::string& fullname, const Re
   return ReadStream(format, "Load", reader, read);
 }
 
-int32_t WriteBuffer(uint8_t* buffer, uint64_t* size, const WriteBody& write) {
+int32_t WriteBuffer(const FileFormat& format, uint8_t* buffer, uint64_t* size,
+                    const WriteBody& write) {
+  LogEntry(format, "ToBuffer");
   if (buffer == nullptr || size == nullptr) {
     return 1;
   }
@@ -120,6 +136,7 @@ int32_t WriteBuffer(uint8_t* buffer, uint64_t* size, const WriteBody& write) {
 
 int32_t ReadBuffer(const FileFormat& format, const uint8_t* buffer, uint64_t size,
                    const ReadBody& read) {
+  LogEntry(format, "FromBuffer");
   if (buffer == nullptr) {
     return 1;
   }
@@ -130,10 +147,17 @@ int32_t ReadBuffer(const FileFormat& format, const uint8_t* buffer, uint64_t siz
   return ReadStream(format, "FromBuffer", reader, read);
 }
 
-uint64_t CountBytes(const WriteBody& write) {
-  ByteWriter counter;
-  WriteStream(counter, write);
-  return counter.size();
+int32_t MeasureBuffer(const FileFormat& format, uint64_t* size, bool empty,
+                      const WriteBody& write) {
+  LogEntry(format, "GetBufferSize");
+  if (size == nullptr) {
+    return 1;
+  }
+  if (empty) {
+    return 5;
+  }
+  *size = CountBytes(write);
+  return 0;
 }
 
 }  // namespace multilayer

@@ -15,8 +15,6 @@
 
 namespace multilayer {
 
-class ByteReader;
-class ByteWriter;
 class WhiteCoeff;
 
 // One calibration of one partition. Colours always stand in the order red, green, blue. Every
@@ -228,9 +226,6 @@ class MultiLayerCoeff {
   void Unshare();
   std::array<std::vector<cv::Mat>*, 3> ColourLists();
   int32_t TakeWhiteStep(const ChromaXYZ& white, const PartRecord& part, WhiteCoeff& step) const;
-
-  void WriteStream(ByteWriter& writer) const;
-  const char* ReadStream(ByteReader& reader);
 
   bool setter_failed_ = false;  // the last setter: what is loaded afterwards is no parameter
 };
