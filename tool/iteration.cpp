@@ -5,6 +5,7 @@
 
 #include <opencv2/core.hpp>
 
+#include "simulation/gamut.h"
 #include "tool/error.h"
 #include "tool/table.h"
 

@@ -92,6 +92,27 @@ TEST_F(CommandTest, TheDivisionIsNotSeen) {
   }
 }
 
+TEST_F(CommandTest, SparseShotsGiveTheSameMeasurements) {
+  const fs::path direct = folder_.path() / "direct";
+  ASSERT_EQ(Simulate("3x2", {"--primaries"}).exit, 0);
+  fs::rename(Job(), direct);
+  ASSERT_EQ(Simulate("3x2", {"--primaries", "--shots", "3x3"}).exit, 0);
+  const std::vector<std::string> names = FilesWith(direct, ".meter");
+  EXPECT_THAT(names, SizeIs(6 * (3 * 4 + 9)));
+  EXPECT_THAT(names, ::testing::Contains("p00_red_x_255.meter"));
+  for (const std::string& name : names) {
+    EXPECT_TRUE(ReadFile(Job() / name) == ReadFile(direct / name)) << name;
+  }
+
+  ASSERT_EQ(Simulate("3x2", {"--force"}).exit, 0);
+  EXPECT_THAT(FilesWith(Job(), ".meter"), SizeIs(6 * 3 * 4)) << "primaries of the earlier job";
+  for (const char* shots : {"3", "0x3", "3x17", "3x3x"}) {
+    const Result refused = Simulate("3x2", {"--force", "--shots", shots});
+    EXPECT_EQ(refused.exit, 2);
+    EXPECT_THAT(refused.err, HasSubstr(std::string("--shots is ") + shots));
+  }
+}
+
 TEST_F(CommandTest, VerifySaysWhatIsOutOfTolerance) {
   ASSERT_EQ(Simulate().exit, 0);
   ASSERT_EQ(Run({"calibrate", "job/wall.toml"}).exit, 0);
