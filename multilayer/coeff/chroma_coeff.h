@@ -35,8 +35,9 @@ class ChromaCoeff {
   // `targets`: 12 floats, (Y, x, y) of red, green, blue, white: cd/m^2 and CIE 1931 chromaticity.
   // `r`, `g`, `b`: measured primaries, planes of equal size, in the unit of the targets' Y. An LED
   // whose primaries do not span the colours, within the resolution of floats, gets zeros; all get
-  // them when weights and targets leave a colour open. Returns 0; 1, 5, 9 as ChromaXYZ::Check; 9
-  // null targets or sizes that differ; 601 before SetPara. On failure the set is as it was.
+  // them when weights and targets leave a colour open. Planes that nobody else holds are filled
+  // again, others replaced. Returns 0; 5, 9 as ChromaXYZ::Check; after one log line 9 when sizes
+  // differ, 1 for null targets, 601 before SetPara. On failure the set is as it was.
   int32_t Compute(const float* targets, const ChromaXYZ& r, const ChromaXYZ& g, const ChromaXYZ& b,
                   const PartRecord& p);
 

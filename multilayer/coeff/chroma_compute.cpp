@@ -1,0 +1,74 @@
+// ChromaCoeff::Compute: the colours that the fit reaches, then the shares of every LED.
+#include <opencv2/core.hpp>
+
+#include "multilayer/coeff/chroma_coeff.h"
+#include "multilayer/coeff/chroma_kernel.h"
+#include "multilayer/io/fail.h"
+#include "pellix/pellix.h"
+
+namespace multilayer {
+namespace {
+
+constexpr int32_t kNoWeights = 601;
+
+int32_t CheckBundles(const ChromaXYZ& r, const ChromaXYZ& g, const ChromaXYZ& b) {
+  for (const ChromaXYZ* bundle : {&r, &g, &b}) {
+    if (const int32_t status = ChromaXYZ::Check(bundle); status != 0) {
+      return status;
+    }
+  }
+  if (g.X.size() != r.X.size() || b.X.size() != r.X.size()) {
+    return Fail(9, "ChromaCoeff::Compute--Error :: sizes of red, green and blue differ.");
+  }
+  return 0;
+}
+
+// A plane to be filled: the one that is there if nobody else holds its elements, so that the pages
+// of memory it has need not be fetched anew.
+void Renew(cv::Mat& plane, cv::Size size) {
+  const bool own =
+      plane.u != nullptr && plane.u->refcount == 1 && plane.isContinuous() && !plane.isSubmatrix();
+  if (!own || plane.type() != CV_32FC1 || plane.size() != size) {
+    plane = cv::Mat(size, CV_32FC1);
+  }
+}
+
+}  // namespace
+
+int32_t ChromaCoeff::Compute(const float* targets, const ChromaXYZ& r, const ChromaXYZ& g,
+                             const ChromaXYZ& b, const PartRecord& p) {
+  PellixInfo("ChromaCoeff::Compute");
+  if (const int32_t status = CheckBundles(r, g, b); status != 0) {
+    return status;
+  }
+  if (targets == nullptr) {
+    return Fail(1, "ChromaCoeff::Compute--Error :: targets is nullptr.");
+  }
+  if (weights.dims != 2 || weights.type() != CV_32FC1 || weights.size() != cv::Size(3, 4)) {
+    return Fail(kNoWeights, "ChromaCoeff::Compute--Error :: no weights, SetPara comes first.");
+  }
+  const ReachedColours reached = FitColours(targets, weights);
+  part = p;
+  const cv::Size size = r.X.size();
+  for (cv::Mat& plane : coef) {
+    Renew(plane, size);
+    if (!reached.determined) {
+      plane.setTo(0.0);
+    }
+  }
+  for (int row = 0; row < size.height && reached.determined; ++row) {
+    ChromaRow leds;
+    size_t primary = 0;
+    for (const ChromaXYZ* bundle : {&r, &g, &b}) {
+      leds.primaries[primary++] = {bundle->X.ptr<float>(row), bundle->Y.ptr<float>(row),
+                                   bundle->Z.ptr<float>(row)};
+    }
+    for (size_t k = 0; k < coef.size(); ++k) {
+      leds.shares[k] = coef[k].ptr<float>(row);
+    }
+    MixPrimaries(reached, leds, static_cast<size_t>(size.width));
+  }
+  return 0;
+}
+
+}  // namespace multilayer
