@@ -23,29 +23,43 @@ struct CombineOptions {
   std::string output;
 };
 
-// What the library blends of two sets: nothing, rows or columns.
+// Lines that the library blends of two sets: k of the one with k of the other, in weights that sum
+// to `weights`.
 struct Seam {
-  const char* mode = nullptr;
-  int count = 0;
+  const char* lines = nullptr;
+  int64_t count = 0;
+  int64_t weights = 0;
 };
+
+// `n` as the definition has it, from the partitions; no more lines than the sets have.
+Seam MakeSeam(const char* lines, int64_t n, int target, int source, bool normalised) {
+  const int64_t count = std::min<int64_t>(n, target) - std::max(0, target - source);
+  return {lines, std::max<int64_t>(0, count), normalised ? 1 : n};
+}
 
 Seam SeamOf(const LumCoeff& a, const LumCoeff& b) {
   if (a.part.y != b.part.y || a.part.w != b.part.w) {
     return {};
   }
-  return {"rows", a.part.x - b.part.x + a.coef_r.rows};
+  const int64_t n = int64_t{a.part.x} - b.part.x + a.coef_r.rows;
+  return MakeSeam("rows", n, a.coef_r.rows, b.coef_r.rows, /*normalised=*/false);
 }
 
 Seam SeamOf(const ChromaCoeff& a, const ChromaCoeff& b) {
-  if (a.part.x == b.part.x && a.part.h == b.part.h) {
-    const auto& [first, second] = std::minmax(a.part.y, b.part.y);
-    return {"columns", first - second + a.coef[0].cols};
+  const bool stacked = a.part.x == b.part.x && a.part.h == b.part.h;
+  const bool beside = a.part.y == b.part.y && a.part.w == b.part.w;
+  if (!stacked && !beside) {
+    return {};
   }
-  if (a.part.y == b.part.y && a.part.w == b.part.w) {
-    const auto& [first, second] = std::minmax(a.part.x, b.part.x);
-    return {"rows", first - second + a.coef[0].rows};
-  }
-  return {};
+  const bool in_order = stacked ? a.part.y <= b.part.y : a.part.x <= b.part.x;
+  const ChromaCoeff& first = in_order ? a : b;
+  const ChromaCoeff& second = in_order ? b : a;
+  const cv::Mat& from = first.coef[0];
+  const cv::Mat& to = second.coef[0];
+  return stacked ? MakeSeam("columns", int64_t{first.part.y} - second.part.y + to.cols, to.cols,
+                            from.cols, /*normalised=*/true)
+                 : MakeSeam("rows", int64_t{first.part.x} - second.part.x + to.rows, to.rows,
+                            from.rows, /*normalised=*/true);
 }
 
 // Every file under its own name in the folder. An input is never overwritten: blending twice is not
@@ -92,7 +106,7 @@ std::vector<Pair> PairsOf(size_t count) {
 template <class Set>
 std::string Describe(const CombineOptions& options, const std::vector<Set>& sets) {
   const std::vector<Pair> pairs = PairsOf(sets.size());
-  Table table({"first", "second", "blended"}, 3);
+  Table table({"first", "second", "blended", "weights sum to"}, 3);
   size_t blended = 0;
   for (const auto& [first, second] : pairs) {
     const Seam seam = SeamOf(sets[first], sets[second]);
@@ -100,7 +114,7 @@ std::string Describe(const CombineOptions& options, const std::vector<Set>& sets
       ++blended;
       table.Add({fs::path(options.files[first]).filename().string(),
                  fs::path(options.files[second]).filename().string(),
-                 std::to_string(seam.count) + " " + seam.mode});
+                 std::to_string(seam.count) + " " + seam.lines, std::to_string(seam.weights)});
     }
   }
   return (blended == 0 ? "" : table.Text() + "\n") + std::to_string(blended) + " of " +
@@ -157,7 +171,22 @@ Subcommand AddCombine(CLI::App& app) {
                    "Where the blended sets go, each under its own name; not over the inputs")
       ->required()
       ->type_name("FOLDER");
-  combine->footer("PLACEHOLDER");
+  combine->footer(
+      "Two sets are that pair, which must be neighbours. Of n sets, numbered from 0, the pairs "
+      "are\n"
+      "(i, j) with i < j < n - 1 - i, as far as they are neighbours: not every neighbour, and "
+      "never\n"
+      "the last set. Luminance sets are neighbours with equal part.y and part.w, and blend rows: "
+      "the\nfirst ones of the set named first with the last ones of the other. Their weights are "
+      "not\n"
+      "normalised: they sum to the n of the seam, and blended factors become up to n times as "
+      "large.\nChroma sets are neighbours with equal part.x and part.h, which blend columns, or "
+      "equal "
+      "part.y\nand part.w, which blend rows, in weights that sum to 1. n is part.x (rows) or "
+      "part.y "
+      "(columns)\nof the one less that of the other plus the lines of the set; nothing is blended "
+      "where it is\nbelow 1. All sets are written, blended or not.\n\nExample:\n"
+      "  multilayer combine p*.lumcoeff --output combined");
   return {combine, [options] { RunCombine(*options); }};
 }
 

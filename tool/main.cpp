@@ -1,6 +1,7 @@
 // The command `multilayer`: finds the subcommand, runs it, and turns every failure into one line on
 // standard error and an exit code.
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <new>
 #include <sstream>
@@ -80,6 +81,10 @@ int Run(int argc, char** argv) {
 }  // namespace multilayer::tool
 
 int main(int argc, char** argv) {
+  // The command says in its own words what failed; the library's log is for those who ask for it.
+  if (std::getenv("PELLIX_FILE") == nullptr) {
+    setenv("PELLIX_LEVEL", "off", /*overwrite=*/0);
+  }
   using multilayer::tool::Exit;
   using multilayer::tool::Report;
   multilayer::tool::InstallSignalHandlers();

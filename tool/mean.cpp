@@ -27,7 +27,7 @@ struct MeanOptions {
 // Relative to the list's folder, so that a list moves along with what it names.
 std::vector<std::string> ReadNames(const std::string& list) {
   std::vector<std::string> names;
-  if (!fs::is_regular_file(list) || !BIO::ReadFullNameListTxt(list, names)) {
+  if (!BIO::ReadFullNameListTxt(list, names)) {
     throw Failure(Exit::kFileAccess, list + ": cannot be opened");
   }
   for (size_t i = 0; i < names.size(); ++i) {
