@@ -79,7 +79,6 @@ GridPicture PictureOf(const Set& whole, const std::vector<Set>& sets, const File
   picture.remark = "ticks: borders of partitions; no finite value: black";
   const auto& planes = PlanesOf(whole);
   const size_t kinds = planes.size() / kColours.size();  // 1, or 3 shares a corrected primary
-  picture.columns = static_cast<int>(kinds);
   for (size_t i = 0; i < planes.size(); ++i) {
     const double median = MedianOf(planes[i]);
     // Shares of the other primaries are small: against the own one, they show as they weigh.

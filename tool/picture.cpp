@@ -18,14 +18,12 @@ namespace {
 constexpr double kRange = 0.15;     // of luminance / mean, to both sides
 constexpr int kMargin = 16;         // pixels
 constexpr int kLineHeight = 32;     // of a line of text
-constexpr int kPictureWidth = 960;  // what the walls side by side are scaled up to, about
-constexpr int kMark = 10;           // of a border mark beside a map
-const cv::Scalar kInk(40);          // of text on white paper
-
-// Pixels of an LED, of `columns` walls side by side.
-int ScaleOf(const cv::Mat& relative, int columns) {
-  return std::max(1, kPictureWidth / columns / relative.cols);
-}
+constexpr int kPictureWidth = 960;  // what a wall is scaled up to, about
+constexpr int kGridWidth = 1920;    // and three side by side
+constexpr int kGridColumns = 3;
+constexpr int kMark = 10;  // of a border mark beside a map
+const cv::Scalar kOutline(180);
+const cv::Scalar kInk(40);  // of text on white paper
 
 // Each LED a square: nothing is smoothed away.
 cv::Mat Scaled(const cv::Mat& relative, int scale) {
@@ -73,25 +71,27 @@ void DrawMarks(cv::Mat& page, cv::Rect map, int scale, const GridPicture& pictur
 }  // namespace
 
 cv::Mat Draw(const GridPicture& picture) {
-  const int scale = ScaleOf(picture.maps.front().relative, picture.columns);
+  const int scale = std::max(1, kGridWidth / kGridColumns / picture.maps.front().relative.cols);
   const cv::Size map = picture.maps.front().relative.size() * scale;
   // A map with its marks under two lines of text.
   const cv::Size cell(std::max(360, map.width + 2 * kMark) + kMargin,
                       2 * kLineHeight + map.height + 2 * kMark);
-  const int rows = static_cast<int>(picture.maps.size()) / picture.columns;
+  const int rows = static_cast<int>(picture.maps.size()) / kGridColumns;
   cv::Mat page(2 * kMargin + kLineHeight + rows * cell.height + kLineHeight + 44,
-               std::max(720, picture.columns * cell.width) + 2 * kMargin, CV_8UC1, cv::Scalar(255));
+               std::max(720, kGridColumns * cell.width) + 2 * kMargin, CV_8UC1, cv::Scalar(255));
   Write(page, picture.title, {kMargin, kMargin + kLineHeight / 2 + 6}, 0.75);
   const cv::Point top(kMargin, kMargin + kLineHeight);
   for (int i = 0; i < static_cast<int>(picture.maps.size()); ++i) {
     const cv::Point at =
-        top + cv::Point(i % picture.columns * cell.width, i / picture.columns * cell.height);
+        top + cv::Point(i % kGridColumns * cell.width, i / kGridColumns * cell.height);
     const GridPicture::Map& content = picture.maps[static_cast<size_t>(i)];
     Write(page, content.name, at + cv::Point(0, kLineHeight - 9), 0.55);
     Write(page, content.figures, at + cv::Point(0, 2 * kLineHeight - 20), 0.4);
     const cv::Rect place(at + cv::Point(kMark, 2 * kLineHeight + kMark - 8), map);
     cv::Mat target = page(place);
     Scaled(content.relative, scale).copyTo(target);
+    // Around the map: a white one would not be told from the paper.
+    cv::rectangle(page, place.tl() - cv::Point(1, 1), place.br(), kOutline);
     DrawMarks(page, place, scale, picture);
   }
   const int y = top.y + rows * cell.height + kLineHeight / 2;
@@ -101,7 +101,7 @@ cv::Mat Draw(const GridPicture& picture) {
 }
 
 cv::Mat Draw(const WallPicture& picture) {
-  const int scale = ScaleOf(picture.before, 1);
+  const int scale = std::max(1, kPictureWidth / picture.before.cols);
   const cv::Mat maps[] = {Scaled(picture.before, scale), Scaled(picture.after, scale)};
   const std::string* labels[] = {&picture.before_label, &picture.after_label};
   const int width = std::max(640, maps[0].cols) + 2 * kMargin;

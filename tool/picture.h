@@ -24,16 +24,15 @@ struct WallPicture {
 // each LED a square, with labels and the scale.
 cv::Mat Draw(const WallPicture& picture);
 
-// Maps in a grid, row by row, and where the partitions of the wall meet.
+// Maps in rows of three, for red, green and blue, and where the partitions of the wall meet.
 struct GridPicture {
   struct Map {
     std::string name;
     std::string figures;
-    cv::Mat relative;  // CV_32FC1, all maps of one size: 1 is middle gray
+    cv::Mat relative;  // CV_32FC1, all of one size: 1 is middle gray
   };
   std::string title;
   std::vector<Map> maps;
-  int columns = 1;
   std::string middle;               // what 1 is, for the scale
   std::string remark;               // beside the scale
   std::vector<int> column_borders;  // LEDs from the map's left edge; marked outside the maps

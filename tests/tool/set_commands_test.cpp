@@ -112,7 +112,7 @@ TEST_F(SetCommandsTest, RepairAndAlignChangeAFileInPlace) {
   EXPECT_NEAR(cv::mean(Load<LedMeter>("a.meter").chroma)[0], 20, 1e-5);
   EXPECT_THAT(Done({"align", "a.meter", "--target", "7,30,9", "--point", "2,1", "--radius", "1",
                     "--output", "a.meter"}),
-              HasSubstr("the disc     5"));
+              HasSubstr("the disc     9"));
   const float target[] = {0, 20, 0};
   const int32_t point[] = {2, 1};
   const int32_t radius = 1;
