@@ -214,10 +214,9 @@ constexpr Format kFormats[] = {
 const Format& kMatrix = kFormats[std::size(kFormats) - 1];
 
 const Format& FormatOf(const fs::path& path) {
-  const std::string extension = path.extension().string();
-  return *std::find_if(std::begin(kFormats), std::end(kFormats) - 1, [&](const Format& format) {
-    return extension == std::string(".") + format.name;
-  });
+  const std::string extension = path.extension().string().erase(0, 1);  // the dot
+  return *std::find_if(std::begin(kFormats), std::end(kFormats) - 1,
+                       [&](const Format& format) { return extension == format.name; });
 }
 
 }  // namespace

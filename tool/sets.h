@@ -36,6 +36,7 @@ std::vector<Set> LoadSets(const std::vector<std::string>& files);
 template <class Set>
 std::vector<Set*> Pointers(std::vector<Set>& sets) {
   std::vector<Set*> pointers;
+  pointers.reserve(sets.size());
   for (Set& set : sets) {
     pointers.push_back(&set);
   }
