@@ -36,6 +36,7 @@ SetView ViewOf(const ChromaCoeff* set);
 template <class Set>
 std::vector<SetView> ViewsOf(const std::vector<Set*>& list) {
   std::vector<SetView> views;
+  views.reserve(list.size());
   for (const Set* set : list) {
     views.push_back(ViewOf(set));
   }

@@ -1,49 +1,22 @@
 // The mark, the version and the checks around a body.
 #include "multilayer/io/persistence.h"
 
-#include <memory>
-
-#include <sys/stat.h>
-
 #include "multilayer/io/container.h"
 #include "multilayer/io/fail.h"
+#include "multilayer/io/file.h"
 #include "pellix/pellix.h"
 
 namespace multilayer {
 namespace {
 
-constexpr uint8_t kByteOrderMark = 'L';
 constexpr int32_t kVersion = 1;
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
 
 void LogEntry(const FileFormat& format, const char* operation) {
   PellixInfo("%s::%s", format.class_name, operation);
 }
 
-File OpenForWriting(const std::string& fullname) {
-  return File(std::fopen(fullname.c_str(), "wb"));
-}
-
-// Only regular files have a length to hold their contents against; a folder, a pipe or a device is
-// not opened.
-File OpenForReading(const std::string& fullname, uint64_t& length) {
-  struct stat status = {};
-  if (stat(fullname.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return nullptr;
-  }
-  File file(std::fopen(fullname.c_str(), "rb"));
-  if (file != nullptr) {
-    length = static_cast<uint64_t>(status.st_size);
-  }
-  return file;
-}
-
 void WriteStream(ByteWriter& writer, const WriteBody& write) {
-  writer.Put(kByteOrderMark);
+  WriteMark(writer);
   writer.Put(kVersion);
   write(writer);
 }
@@ -53,11 +26,6 @@ uint64_t CountBytes(const WriteBody& write) {
   ByteWriter counter;
   WriteStream(counter, write);
   return counter.size();
-}
-
-bool ReadMark(ByteReader& reader) {
-  uint8_t mark = 0;
-  return reader.Get(mark) && mark == kByteOrderMark;
 }
 
 // From the version on; `operation` names the caller in the messages.

@@ -198,7 +198,7 @@ class MultiLayerCoeff {
   // of a single LED, within the memory that a reader may claim.
   static constexpr int32_t kMaxCoefLayers = 16384;
   // Every matrix of a partition must fit a MultiLayerMat, whose size is an int32 of bytes.
-  static constexpr int32_t kMaxLeds = 536870911;
+  static constexpr int32_t kMaxLeds = multilayer::kMaxLeds;
 
  private:
   using Meters = std::vector<LedMeter*>;

@@ -269,9 +269,10 @@ TYPED_TEST(CoeffSet, RefusesToAssembleWhatIsNoPartition) {
     auto set = MakeSet<TypeParam>(part, 2, {3, 2});
     this->ExpectNotAssembled({&set}, 9, line);
   }
-  auto near = MakeSet<TypeParam>({0, 0, 1, 1, 0, 0}, 1);
-  auto far = MakeSet<TypeParam>({536870911, INT32_MIN, 1, 1, 0, 0}, 1);
-  this->ExpectNotAssembled({&near, &far}, 9, no_part);
+  // The corners of what a place can be: 2^64 LEDs.
+  auto first = MakeSet<TypeParam>({INT32_MIN, INT32_MIN, 1, 1, 0, 0}, 1);
+  auto last = MakeSet<TypeParam>({INT32_MAX, INT32_MAX, 1, 1, 0, 0}, 1);
+  this->ExpectNotAssembled({&first, &last}, 9, no_part);
   // Turned upright, and of no LED that a set covers.
   auto turned = MakeSet<TypeParam>({INT32_MAX, 5, -2, 2, 0, 0}, 2, {3, 2});
   TypeParam out;

@@ -1,4 +1,5 @@
 // Seam blends, held to a plain transcription of their equations, and the pairs that are blended.
+#include <algorithm>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -157,10 +158,8 @@ TYPED_TEST(Pairs, AreBlendedInOrderAndTheLastNever) {
       sets.push_back(MakeSet<TypeParam>(part, i));
       expected.push_back(MakeSet<TypeParam>(part, i));
     }
-    std::vector<TypeParam*> list;
-    for (TypeParam& set : sets) {
-      list.push_back(&set);
-    }
+    std::vector<TypeParam*> list(n);
+    std::transform(sets.begin(), sets.end(), list.begin(), [](TypeParam& set) { return &set; });
     for (const auto& [i, j] : kPairs[n]) {
       TypeParam::CombineDaul(&expected[i], &expected[j]);
     }
