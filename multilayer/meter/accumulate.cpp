@@ -61,10 +61,7 @@ int32_t CheckMatrices(const Input& input) {
        !HasSize(input.chroma[1], pattern.lighted_led_h, pattern.lighted_led_w))) {
     return FailLighted();
   }
-  // No check of the shot asks for it.
-  return input.shot.part != nullptr
-             ? 0
-             : Fail(9, "LedMeter::CheckInput--Error :: part meta info incompleted.");
+  return 0;
 }
 
 // Whether a started record goes on with this input.
@@ -170,6 +167,9 @@ int32_t LedMeter::CheckInput(const Shot* shot, const cv::Mat* pos_input,
   int32_t status = CheckShot(*shot);
   if (status == 0) {
     status = CheckMatrices(input);
+  }
+  if (status == 0 && shot->part == nullptr) {  // which no check of the shot asks for
+    status = Fail(9, "LedMeter::CheckInput--Error :: part meta info incompleted.");
   }
   if (status == 0) {
     status = first ? CheckSizes(*shot) : CheckSameSet(*this, input);
