@@ -189,7 +189,7 @@ void ScanChroma(Scanner& scanner, FileReport& /*report*/) {
   std::vector<std::string> names;
   for (const std::string& corrected : ColourNames()) {
     for (const std::string& primary : ColourNames()) {
-      names.push_back(corrected + " from " + primary);
+      names.push_back(std::string(corrected).append(" from ").append(primary));
     }
   }
   ScanPlanes(scanner, names, kNotAllFinite);

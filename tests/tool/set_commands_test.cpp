@@ -19,10 +19,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::AllOf;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
 
 constexpr PartRecord kPart = {4, 0, 5, 3, 16, 9};
 
