@@ -74,14 +74,6 @@ void FullScale(simulation::MeasuredPrimaries& primaries) {
   }
 }
 
-void RequireDone(int32_t status, const std::string& partition) {
-  if (status != 0) {
-    throw Failure(
-        Exit::kRefused,
-        partition + ": the library refuses the measurements with status " + std::to_string(status));
-  }
-}
-
 void SetParameters(const Job& job, const Calibration& calibration,
                    simulation::MeasuredPrimaries* primaries, PartitionEngine& partition) {
   MultiLayerCoeff& engine = partition.engine;
