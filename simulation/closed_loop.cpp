@@ -28,23 +28,6 @@ void Scale(cv::Mat& values, double factor) {
   }
 }
 
-// Whether each primary of an LED gives a signal: CV_8UC1, not 0 where they do.
-cv::Mat Alive(const MeasuredPrimaries& primaries) {
-  return (primaries[0][1].state & primaries[1][1].state & primaries[2][1].state & LED_USABLE) != 0;
-}
-
-// Columns are the primaries of one LED.
-cv::Matx33d MatrixOf(const MeasuredPrimaries& primaries, int row, int col) {
-  cv::Matx33d matrix;
-  for (int primary = 0; primary < 3; ++primary) {
-    for (int plane = 0; plane < 3; ++plane) {
-      const LedMeter& meter = primaries[static_cast<size_t>(primary)][static_cast<size_t>(plane)];
-      matrix(plane, primary) = meter.chroma.at<float>(row, col);
-    }
-  }
-  return matrix;
-}
-
 }  // namespace
 
 int32_t LevelOfStep(const MultiLayerCoeff& engine) {
@@ -118,36 +101,6 @@ int32_t IterateWhite(const Scene& scene, const PartitionTruth& partition, MultiL
         engine, scene.MeasureWhite(partition, LevelOfStep(engine), CorrectionOfStep(engine), shot));
   }
   return status;
-}
-
-std::array<float, 9> MeanPrimaries(const MeasuredPrimaries& primaries) {
-  const cv::Mat alive = Alive(primaries);
-  std::array<float, 9> means = {};
-  for (size_t i = 0; i < means.size(); ++i) {
-    means[i] = static_cast<float>(cv::mean(primaries[i / 3][i % 3].chroma, alive)[0]);
-  }
-  return means;
-}
-
-std::array<float, 3> ReachableWhite(const MeasuredPrimaries& primaries, double x, double y,
-                                    double missed) {
-  const cv::Vec3d unit(x / y, 1.0, (1.0 - x - y) / y);
-  const cv::Mat alive = Alive(primaries);
-  std::vector<double> brightest;  // luminance at which the LED's largest gain is 1
-  for (int row = 0; row < alive.rows; ++row) {
-    for (int col = 0; col < alive.cols; ++col) {
-      if (alive.at<uint8_t>(row, col) != 0) {
-        const cv::Vec3d gains = MatrixOf(primaries, row, col).inv() * unit;
-        brightest.push_back(1.0 / std::max({gains[0], gains[1], gains[2]}));
-      }
-    }
-  }
-  assert(!brightest.empty() && missed >= 0.0 && missed < 1.0);
-  const double place = missed * static_cast<double>(brightest.size());
-  const auto weakest = brightest.begin() + static_cast<std::ptrdiff_t>(place);
-  std::nth_element(brightest.begin(), weakest, brightest.end());
-  const cv::Vec3d white = unit * *weakest;
-  return {static_cast<float>(white[0]), static_cast<float>(white[1]), static_cast<float>(white[2])};
 }
 
 int32_t SetPrimaries(MultiLayerCoeff& engine, MeasuredPrimaries& primaries) {

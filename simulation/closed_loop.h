@@ -75,15 +75,7 @@ int32_t IterateLuminance(const Scene& scene, const PartitionTruth& partition,
 int32_t IterateWhite(const Scene& scene, const PartitionTruth& partition, MultiLayerCoeff& engine,
                      uint64_t first_shot);
 
-// --- What white needs beforehand ----------------------------------------------------------------
-
-// Mean X, Y, Z of red, of green, of blue over the LEDs that live: the nine-float matrix.
-std::array<float, 9> MeanPrimaries(const MeasuredPrimaries& primaries);
-
-// The brightest white of chromaticity x, y that all but the fraction `missed` of the LEDs reach
-// with gains of at most 1, as X, Y, Z. There must be a living LED.
-std::array<float, 3> ReachableWhite(const MeasuredPrimaries& primaries, double x, double y,
-                                    double missed);
+// --- What white needs beforehand, beside its target (gamut.h) -----------------------------------
 
 // Gives the engine the measured primaries of every LED. An LED of which a primary is dead gets
 // zeros for it: its matrix is then exactly singular, and its gains stay 1. The noise of a dark

@@ -63,11 +63,17 @@ float Controller::LinearNorm(int32_t level) const {
   return static_cast<float>(static_cast<double>(Output(level)) / Output(gamma_table_.cols - 1));
 }
 
-cv::Mat Controller::Show(int32_t level, cv::Size size, const CoefficientStack& stack) const {
+// The nearest drive that the bits hold, of a position that is wanted.
+double Controller::Drive(double wanted) const {
   const double full_scale = std::ldexp(1.0, bit_width_) - 1.0;
+  const double positive = wanted > 0.0 ? wanted : 0.0;  // not std::max: NaN becomes 0
+  return std::round(std::min(positive, full_scale)) / full_scale;
+}
+
+cv::Mat Controller::Show(int32_t level, cv::Size size, const CoefficientStack& stack) const {
   const int32_t position = Position(level);
   if (stack.coefs.empty()) {
-    return {size, CV_64FC1, cv::Scalar(std::min<double>(position, full_scale) / full_scale)};
+    return {size, CV_64FC1, cv::Scalar(Drive(position))};
   }
   assert(stack.coefs.size() == stack.positions.size() && stack.coefs[0].size() == size);
   const Interval interval = FindInterval(stack.positions, position);
@@ -79,9 +85,28 @@ cv::Mat Controller::Show(int32_t level, cv::Size size, const CoefficientStack& s
     for (int32_t col = 0; col < size.width; ++col) {
       const double below = lower[col];
       const double coef = below + interval.weight * (upper[col] - below);
-      const double wanted = coef * position;
-      const double positive = wanted > 0.0 ? wanted : 0.0;  // not std::max: NaN becomes 0
-      out[col] = std::round(std::min(positive, full_scale)) / full_scale;
+      out[col] = Drive(coef * position);
+    }
+  }
+  return drive;
+}
+
+cv::Mat Controller::Mix(const std::array<int32_t, 3>& levels, cv::Size size, const ChromaCoeff& set,
+                        size_t i) const {
+  if (set.coef[i].empty()) {
+    return {size, CV_64FC1, cv::Scalar(Drive(Position(levels[i])))};
+  }
+  assert(set.coef[i].size() == size);
+  cv::Mat drive(size, CV_64FC1);
+  for (int32_t row = 0; row < size.height; ++row) {
+    double* const out = drive.ptr<double>(row);
+    for (int32_t col = 0; col < size.width; ++col) {
+      double wanted = 0.0;
+      for (size_t o = 0; o < levels.size(); ++o) {
+        const double share = set.coef[3 * o + i].at<float>(row, col);
+        wanted += share * Position(levels[o]);
+      }
+      out[col] = Drive(wanted);
     }
   }
   return drive;

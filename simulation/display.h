@@ -1,10 +1,13 @@
 // The display controller: gray levels become drives, through the coefficients.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
 #include <opencv2/core/mat.hpp>
+
+#include "multilayer/coeff/chroma_coeff.h"
 
 namespace multilayer::simulation {
 
@@ -34,8 +37,15 @@ class Controller {
   // level's position, rounded to bit_width, clipped to full scale. A NaN coefficient drives 0.
   cv::Mat Show(int32_t level, cv::Size size, const CoefficientStack& stack) const;
 
+  // Drive of primary i of every LED for displayed levels of red, green and blue, through a chroma
+  // set: sum over o of coef[3 o + i] x the position of level o, rounded and clipped likewise. An
+  // empty set leaves the levels as they are.
+  cv::Mat Mix(const std::array<int32_t, 3>& levels, cv::Size size, const ChromaCoeff& set,
+              size_t i) const;
+
  private:
   int32_t Output(int32_t level) const;
+  double Drive(double wanted) const;
 
   cv::Mat gamma_table_;
   int32_t bit_width_;

@@ -1,6 +1,8 @@
 // All measurements of a partition.
 #include "simulation/measure.h"
 
+#include <cassert>
+
 #include <opencv2/core.hpp>
 
 namespace multilayer::simulation {
@@ -11,9 +13,27 @@ MeasuredColour PhotographColour(const Scene& scene, const PartitionTruth& partit
                                 int32_t level, const Tristimulus& light, uint64_t shot) {
   const LayerRecord layer = {0, scene.controller.LinearNorm(level), level};
   const auto photograph = [&](size_t plane, int32_t type) {
-    return scene.camera.Photograph(scene.wall, partition, primary, layer, light[plane], shot, type);
+    return scene.Take({scene.wall, partition.part, primary, layer, light[plane], type}, shot);
   };
   return {photograph(0, CIE_X), photograph(1, CIE_Y), photograph(2, CIE_Z)};
+}
+
+// The light of all primaries together, of which `luminance` is each one's.
+template <class LuminanceOf>
+Tristimulus Sum(const Scene& scene, const PartitionTruth& partition, LuminanceOf luminance) {
+  Tristimulus sum;
+  for (size_t primary = 0; primary < partition.primaries.size(); ++primary) {
+    const Tristimulus light =
+        scene.colours.Of(primary, partition.primaries[primary], luminance(primary));
+    for (size_t plane = 0; plane < sum.size(); ++plane) {
+      if (primary == 0) {
+        sum[plane] = light[plane].clone();
+      } else {
+        sum[plane] += light[plane];
+      }
+    }
+  }
+  return sum;
 }
 
 }  // namespace
@@ -34,6 +54,21 @@ std::vector<LedMeter*> Pointers(std::vector<LedMeter>& records) {
   return pointers;
 }
 
+LedMeter Scene::Take(const Subject& subject, uint64_t number) const {
+  if (shots == cv::Size(1, 1)) {
+    return camera.Photograph(subject, number);
+  }
+  const Exposure exposure = camera.Meter(subject);
+  LedMeter meter;
+  for (const PatternRecord& pattern : SparsePatterns(subject.part, shots)) {
+    const SparseShot sparse = camera.Shoot(subject, exposure, pattern, number);
+    [[maybe_unused]] const int32_t status =
+        meter.Add(&sparse.shot, sparse.pos_input.data(), sparse.chroma_input.data());
+    assert(status == 0);
+  }
+  return meter;
+}
+
 cv::Mat Scene::Shine(const PartitionTruth& partition, size_t primary, int32_t level,
                      const Correction& correction) const {
   const cv::Size size(partition.part.w, partition.part.h);
@@ -49,8 +84,8 @@ MeasuredLayers Scene::Measure(const PartitionTruth& partition, const std::vector
     for (const int32_t level : levels) {
       const LayerRecord layer = {index, controller.LinearNorm(level), level};
       const uint64_t shot = first_shot + static_cast<uint64_t>(index);
-      measured[primary].push_back(camera.Photograph(
-          wall, partition, primary, layer, Shine(partition, primary, level, correction), shot));
+      const cv::Mat light = Shine(partition, primary, level, correction);
+      measured[primary].push_back(Take({wall, partition.part, primary, layer, light}, shot));
       ++index;
     }
   }
@@ -59,19 +94,16 @@ MeasuredLayers Scene::Measure(const PartitionTruth& partition, const std::vector
 
 Tristimulus Scene::ShineWhite(const PartitionTruth& partition, int32_t level,
                               const Correction& correction) const {
-  Tristimulus white;
-  for (size_t primary = 0; primary < correction.size(); ++primary) {
-    const Tristimulus light = colours.Of(primary, partition.primaries[primary],
-                                         Shine(partition, primary, level, correction));
-    for (size_t plane = 0; plane < white.size(); ++plane) {
-      if (primary == 0) {
-        white[plane] = light[plane].clone();
-      } else {
-        white[plane] += light[plane];
-      }
-    }
-  }
-  return white;
+  return Sum(*this, partition,
+             [&](size_t primary) { return Shine(partition, primary, level, correction); });
+}
+
+Tristimulus Scene::ShineMixed(const PartitionTruth& partition, const std::array<int32_t, 3>& levels,
+                              const ChromaCoeff& set) const {
+  const cv::Size size(partition.part.w, partition.part.h);
+  return Sum(*this, partition, [&](size_t primary) {
+    return Emit(wall, partition.primaries[primary], controller.Mix(levels, size, set, primary));
+  });
 }
 
 MeasuredColour Scene::MeasureWhite(const PartitionTruth& partition, int32_t level,

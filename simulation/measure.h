@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "multilayer/coeff/chroma_coeff.h"
 #include "multilayer/meter/led_meter.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
 #include "simulation/camera.h"
@@ -37,7 +38,14 @@ struct Scene {
   WallParameters wall;
   Controller controller;
   Camera camera;
+  // Columns and rows of the sparse shots that every measurement is accumulated from; 1 x 1 is one
+  // photograph of all LEDs. The measurements are the same, bit for bit.
+  cv::Size shots = {1, 1};
   Colours colours = Colours(wall);
+
+  // Measures what stands before the camera, as `shots` says: by LedMeter::Add if there are several.
+  // `number` as Camera::Photograph.
+  LedMeter Take(const Subject& subject, uint64_t number) const;
 
   // True luminance of one primary (CV_64FC1, cd/m^2) while the wall shows a gray level.
   cv::Mat Shine(const PartitionTruth& partition, size_t primary, int32_t level,
@@ -52,7 +60,12 @@ struct Scene {
   Tristimulus ShineWhite(const PartitionTruth& partition, int32_t level,
                          const Correction& correction) const;
 
-  // Photographs that white, once through each filter. The layer's index is 0.
+  // True colour while the wall shows levels of red, green and blue through a chroma set: 0 for the
+  // primaries that are off.
+  Tristimulus ShineMixed(const PartitionTruth& partition, const std::array<int32_t, 3>& levels,
+                         const ChromaCoeff& set) const;
+
+  // Photographs the white, once through each filter. The layer's index is 0.
   MeasuredColour MeasureWhite(const PartitionTruth& partition, int32_t level,
                               const Correction& correction = {}, uint64_t shot = 0) const;
 

@@ -92,6 +92,9 @@ struct CameraParameters {
   double keystone_x = 0.02;
   double keystone_y = 0.01;
   double margin = 20.0;  // dark pixels around the partition in the image [choice]
+  // An LED's image: a Gaussian of this sigma, pixels. With all LEDs lit, a tenth of what an aperture
+  // of one pitch collects is its neighbours'; with one in 2 x 2 lit, 0.01 % [computed].
+  double spot = 1.26;
 
   // How the camera judges an LED: it must give this part of the median signal [choice: no spread
   // of live LEDs comes near it] and stand this many read noises above the dark [textbook].

@@ -1,6 +1,7 @@
 // How a command ends: the exit codes, and the one exception that carries one of them to main.
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -23,5 +24,13 @@ class Failure : public std::runtime_error {
  private:
   Exit code_;
 };
+
+// For a status of the library. Throws kRefused.
+inline void RequireDone(int32_t status, const std::string& what) {
+  if (status != 0) {
+    throw Failure(Exit::kRefused,
+                  what + ": the library refuses it with status " + std::to_string(status));
+  }
+}
 
 }  // namespace multilayer::tool

@@ -14,6 +14,8 @@
 
 #include <sys/stat.h>
 
+#include "multilayer/coeff/chroma_coeff.h"
+#include "multilayer/coeff/lum_coeff.h"
 #include "tool/error.h"
 #include "tool/scan.h"
 
@@ -22,9 +24,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What a signal handler may look at: the names of the files in the making. The images of one
-// layer, three, are the most at a time.
-std::array<std::atomic<const char*>, 8> pending_names;
+// What a signal handler may look at: the names of the files in the making. The sets of a wall are
+// the most at a time, one a partition; of a wall with more than this, a signal would leave some.
+std::array<std::atomic<const char*>, 1024> pending_names;
 static_assert(std::atomic<const char*>::is_always_lock_free, "read by a signal handler");
 
 int Register(const char* name) {
@@ -78,17 +80,18 @@ std::string TemporaryFor(const fs::path& target) {
 
 // The library's Save reports a file that it cannot open, and no later failure.
 template <class Object>
-void Save(const fs::path& path, const Object& object) {
+std::unique_ptr<PendingFile> Stage(const fs::path& path, const Object& object) {
   uint64_t length = 0;
   if (object.GetBufferSize(&length) != 0) {
     throw Failure(Exit::kRefused, path.string() + ": there is nothing to save");
   }
-  PendingFile file(path);
+  auto file = std::make_unique<PendingFile>(path);
   errno = 0;
-  if (object.Save(file.temporary()) != 0) {
+  if (object.Save(file->temporary()) != 0) {
     FailAccess(path.string(), "cannot be written", errno);
   }
-  file.Commit(length);
+  file->Finish(length);
+  return file;
 }
 
 // After a clean scan the library has no reason left to refuse but one: lack of memory.
@@ -121,7 +124,7 @@ PendingFile::~PendingFile() {
   }
 }
 
-void PendingFile::Commit(uint64_t expected_length) {
+void PendingFile::Finish(uint64_t expected_length) {
   struct stat status = {};
   if (stat(temporary_.c_str(), &status) != 0) {
     FailAccess(target_, "cannot be written", errno);
@@ -132,10 +135,18 @@ void PendingFile::Commit(uint64_t expected_length) {
                                          " bytes could be written: is the disk full?");
   }
   Sync(temporary_);
+}
+
+void PendingFile::Rename() {
   if (std::rename(temporary_.c_str(), target_.c_str()) != 0) {
     FailAccess(target_, "cannot be replaced", errno);
   }
   committed_ = true;
+}
+
+void PendingFile::Commit(uint64_t expected_length) {
+  Finish(expected_length);
+  Rename();
 }
 
 void InstallSignalHandlers() {
@@ -196,8 +207,32 @@ LedMeter LoadMeter(const fs::path& path) { return Load<LedMeter>(path); }
 
 MultiLayerCoeff LoadCoefficients(const fs::path& path) { return Load<MultiLayerCoeff>(path); }
 
-void SaveMeter(const fs::path& path, const LedMeter& meter) { Save(path, meter); }
+void SaveMeter(const fs::path& path, const LedMeter& meter) { Stage(path, meter)->Rename(); }
 
-void SaveCoefficients(const fs::path& path, const MultiLayerCoeff& engine) { Save(path, engine); }
+void SaveCoefficients(const fs::path& path, const MultiLayerCoeff& engine) {
+  Stage(path, engine)->Rename();
+}
+
+template <class Set>
+Set LoadSet(const fs::path& path) {
+  return Load<Set>(path);
+}
+
+template <class Set>
+void SaveSet(const fs::path& path, const Set& set) {
+  Stage(path, set)->Rename();
+}
+
+template <class Set>
+std::unique_ptr<PendingFile> StageSet(const fs::path& path, const Set& set) {
+  return Stage(path, set);
+}
+
+template LumCoeff LoadSet(const fs::path&);
+template void SaveSet(const fs::path&, const LumCoeff&);
+template std::unique_ptr<PendingFile> StageSet(const fs::path&, const LumCoeff&);
+template ChromaCoeff LoadSet(const fs::path&);
+template void SaveSet(const fs::path&, const ChromaCoeff&);
+template std::unique_ptr<PendingFile> StageSet(const fs::path&, const ChromaCoeff&);
 
 }  // namespace multilayer::tool

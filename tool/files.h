@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -26,7 +27,11 @@ class PendingFile {
   // Where to write.
   const std::string& temporary() const { return temporary_; }
 
-  // Checks that all bytes arrived, flushes them to the disk, and renames. Throws kFileAccess.
+  // Checks that all bytes arrived, and flushes them to the disk. Throws kFileAccess.
+  void Finish(uint64_t expected_length);
+  // Gives the finished file its name. Throws kFileAccess.
+  void Rename();
+  // Both.
   void Commit(uint64_t expected_length);
 
  private:
@@ -56,5 +61,14 @@ LedMeter LoadMeter(const std::filesystem::path& path);
 MultiLayerCoeff LoadCoefficients(const std::filesystem::path& path);
 void SaveMeter(const std::filesystem::path& path, const LedMeter& meter);
 void SaveCoefficients(const std::filesystem::path& path, const MultiLayerCoeff& engine);
+
+// Of LumCoeff and ChromaCoeff.
+template <class Set>
+Set LoadSet(const std::filesystem::path& path);
+template <class Set>
+void SaveSet(const std::filesystem::path& path, const Set& set);
+// Finished, to be renamed when all that belongs together is.
+template <class Set>
+std::unique_ptr<PendingFile> StageSet(const std::filesystem::path& path, const Set& set);
 
 }  // namespace multilayer::tool

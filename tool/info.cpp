@@ -16,6 +16,7 @@ namespace {
 
 struct InfoOptions {
   std::vector<std::string> files;
+  bool matrix = false;
   bool json = false;
 };
 
@@ -80,17 +81,21 @@ std::string ToText(const FileReport& report) {
   return text + (report.problem.empty() ? "sound\n\n" : "BROKEN: " + report.problem + "\n\n");
 }
 
-void CheckNames(const std::vector<std::string>& files) {
-  for (const std::string& file : files) {
-    if (!IsScannable(file)) {
-      throw Failure(Exit::kWrongCall, file + ": must end with .mlcoefs, .meter or .whitecoeff");
+constexpr const char* kNames = ".mlcoefs, .meter, .whitecoeff, .lumcoeff or .chromacoeff";
+
+// A binary matrix has no extension of its own: only the caller knows it.
+void CheckNames(const InfoOptions& options) {
+  for (const std::string& file : options.files) {
+    if (!options.matrix && !IsScannable(file)) {
+      throw Failure(Exit::kWrongCall, file + ": must end with " + kNames +
+                                          ", or be a binary matrix and --matrix given");
     }
   }
 }
 
 // All files are looked at, whatever is wrong with the first; the worst of them gives the code.
 void RunInfo(const InfoOptions& options) {
-  CheckNames(options.files);
+  CheckNames(options);
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   std::vector<Failure> failures;
   for (const std::string& file : options.files) {
@@ -130,12 +135,13 @@ void RunInfo(const InfoOptions& options) {
 }  // namespace
 
 Subcommand AddInfo(CLI::App& app) {
-  CLI::App* info = app.add_subcommand(
-      "info", "Show what is in .mlcoefs, .meter and .whitecoeff files, and check them strictly");
+  CLI::App* info =
+      app.add_subcommand("info", "Show what is in a file of any format, and check it strictly");
   auto options = std::make_shared<InfoOptions>();
-  info->add_option("files", options->files, "Files ending with .mlcoefs, .meter or .whitecoeff")
+  info->add_option("files", options->files, std::string("Files ending with ") + kNames)
       ->required()
       ->type_name("FILE");
+  info->add_flag("--matrix", options->matrix, "Take files with other names as binary matrices");
   info->add_flag("--json", options->json, "Print one JSON list with an object per file");
   info->footer(
       "Every byte is accounted for: the length, every header field and every value must follow\n"

@@ -60,8 +60,9 @@ cv::Mat Inspector::Average(const simulation::PartitionTruth& truth, size_t prima
   const cv::Mat shine = scene.Shine(truth, primary, level, correction);
   cv::Mat sum = cv::Mat::zeros(shine.size(), CV_64FC1);
   for (int32_t shot = 0; shot < result_.shots; ++shot) {
-    const LedMeter meter = scene.camera.Photograph(scene.wall, truth, primary, wall_.Layer(level),
-                                                   shine, next_shot_ + static_cast<uint64_t>(shot));
+    const LedMeter meter =
+        scene.camera.Photograph({scene.wall, truth.part, primary, wall_.Layer(level), shine},
+                                next_shot_ + static_cast<uint64_t>(shot));
     cv::accumulate(meter.chroma, sum);
   }
   return sum / result_.shots;

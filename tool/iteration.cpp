@@ -5,6 +5,7 @@
 
 #include <opencv2/core.hpp>
 
+#include "simulation/gamut.h"
 #include "tool/error.h"
 #include "tool/table.h"
 
@@ -70,14 +71,6 @@ std::array<double, 3> FindWhite(const Job& job, const PrimariesOf& primaries) {
 void FullScale(simulation::MeasuredPrimaries& primaries) {
   for (simulation::MeasuredColour& colour : primaries) {
     std::for_each(colour.begin(), colour.end(), simulation::DivideByDrive);
-  }
-}
-
-void RequireDone(int32_t status, const std::string& partition) {
-  if (status != 0) {
-    throw Failure(
-        Exit::kRefused,
-        partition + ": the library refuses the measurements with status " + std::to_string(status));
   }
 }
 

@@ -33,9 +33,6 @@ struct PartitionEngine {
 // Brings photographs of the primaries to full scale.
 void FullScale(simulation::MeasuredPrimaries& primaries);
 
-// Throws kRefused unless the library's status is 0.
-void RequireDone(int32_t status, const std::string& partition);
-
 // Gives the engine the parameters of the calibration's next step. White needs `primaries`, of which
 // it silences dead LEDs; luminance ignores them. Throws kRefused.
 void SetParameters(const Job& job, const Calibration& calibration,

@@ -1,11 +1,13 @@
 // The command `multilayer`: finds the subcommand, runs it, and turns every failure into one line on
 // standard error and an exit code.
-#include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <new>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tool/commands.h"
 #include "tool/error.h"
@@ -45,18 +47,30 @@ int Run(int argc, char** argv) {
       "multilayer");
   app.set_version_flag("--version", "multilayer " MULTILAYER_VERSION);
   app.footer(kFooter);
-  const std::array<Subcommand, 4> subcommands = {AddSimulate(app), AddCalibrate(app),
-                                                 AddVerify(app), AddInfo(app)};
+  const std::pair<const char*, std::vector<Subcommand>> groups[] = {
+      {"A wall", {AddSimulate(app), AddCalibrate(app), AddVerify(app)}},
+      {"Any file", {AddInfo(app)}},
+      {"Measurements", {AddMean(app), AddRepair(app), AddAlign(app), AddPoints(app)}},
+      {"Single-layer sets",
+       {AddComputeLum(app), AddComputeChroma(app), AddMerge(app), AddCombine(app),
+        AddAssemble(app)}}};
+  for (const auto& [name, subcommands] : groups) {
+    for (const Subcommand& subcommand : subcommands) {
+      subcommand.app->group(name);
+    }
+  }
   app.require_subcommand(0, 1);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return EndOfParsing(app, error);
   }
-  for (const Subcommand& subcommand : subcommands) {
-    if (subcommand.app->parsed()) {
-      subcommand.run();
-      return 0;
+  for (const auto& [name, subcommands] : groups) {
+    for (const Subcommand& subcommand : subcommands) {
+      if (subcommand.app->parsed()) {
+        subcommand.run();
+        return 0;
+      }
     }
   }
   std::fputs(app.help().c_str(), stderr);
@@ -67,6 +81,10 @@ int Run(int argc, char** argv) {
 }  // namespace multilayer::tool
 
 int main(int argc, char** argv) {
+  // The command says in its own words what failed; the library's log is for those who ask for it.
+  if (std::getenv("PELLIX_FILE") == nullptr) {
+    setenv("PELLIX_LEVEL", "off", /*overwrite=*/0);
+  }
   using multilayer::tool::Exit;
   using multilayer::tool::Report;
   multilayer::tool::InstallSignalHandlers();

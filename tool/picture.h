@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <opencv2/core/mat.hpp>
 
@@ -22,6 +23,22 @@ struct WallPicture {
 // Both maps one above the other, in gray from 15 % below the mean (black) to 15 % above (white),
 // each LED a square, with labels and the scale.
 cv::Mat Draw(const WallPicture& picture);
+
+// Maps in rows of three, for red, green and blue, and where the partitions of the wall meet.
+struct GridPicture {
+  struct Map {
+    std::string name;
+    std::string figures;
+    cv::Mat relative;  // CV_32FC1, all of one size: 1 is middle gray
+  };
+  std::string title;
+  std::vector<Map> maps;
+  std::string middle;               // what 1 is, for the scale
+  std::string remark;               // beside the scale
+  std::vector<int> column_borders;  // LEDs from the map's left edge; marked outside the maps
+  std::vector<int> row_borders;
+};
+cv::Mat Draw(const GridPicture& picture);
 
 // Throws kFileAccess.
 void WritePng(const std::filesystem::path& path, const cv::Mat& image);

@@ -1,13 +1,15 @@
 // The rules of the formats.
 #include "tool/scan.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <system_error>
 
-#include <opencv2/core/hal/interface.h>
+#include <opencv2/core.hpp>
 #include <sys/stat.h>
 
 #include "multilayer/io/metadata.h"
@@ -47,7 +49,6 @@ File Open(const fs::path& path, uint64_t& length) {
 void ScanMark(Scanner& scanner) {
   const auto mark = scanner.Get<uint8_t>("byte-order mark");
   scanner.Require(mark == 'L', mark, "76 (\"L\")");
-  scanner.Int("version", 1, 1);
 }
 
 void ScanPositions(Scanner& scanner, int32_t layers, FileReport& report) {
@@ -136,7 +137,7 @@ void ScanRecords(Scanner& scanner, const MatrixReport& chroma) {
   }
 }
 
-void ScanMeter(Scanner& scanner) {
+void ScanMeter(Scanner& scanner, FileReport& /*report*/) {
   const auto is_one_bit_of = [](int32_t value, int32_t bits) {
     return (value & bits) == value && value > 0 && (value & (value - 1)) == 0;
   };
@@ -151,42 +152,90 @@ void ScanMeter(Scanner& scanner) {
   ScanRecords(scanner, scanner.Matrix("chroma", {state.rows, state.cols, CV_32FC1, false}));
 }
 
-void ScanWhite(Scanner& scanner) {
-  const int32_t singular = scanner.Int("singular_count", 0, kMaxInt);
-  MatrixReport red;
-  for (const char* colour : kColourNames) {
-    const MatrixReport gains = scanner.Matrix(colour, {red.rows, red.cols, CV_32FC1, false});
-    red = red.rows == 0 ? gains : red;
+// Planes of one size, and the part that they cover.
+MatrixReport ScanPlanes(Scanner& scanner, const std::vector<std::string>& names, bool finite) {
+  MatrixReport first;
+  for (const std::string& name : names) {
+    const MatrixReport plane =
+        scanner.Matrix(name, {first.rows, first.cols, CV_32FC1, false, finite});
+    first = first.rows == 0 ? plane : first;
   }
-  RequireLeds(ScanPart(scanner, "part"), red);
+  RequireLeds(ScanPart(scanner, "part"), first);
+  return first;
+}
+
+const std::vector<std::string>& ColourNames() {
+  static const std::vector<std::string> names(std::begin(kColourNames), std::end(kColourNames));
+  return names;
+}
+
+void ScanWhite(Scanner& scanner, FileReport& /*report*/) {
+  const int32_t singular = scanner.Int("singular_count", 0, kMaxInt);
+  const MatrixReport red = ScanPlanes(scanner, ColourNames(), true);
   if (static_cast<uint64_t>(singular) > red.count) {
     throw Broken("singular_count is " + std::to_string(singular) + ": must be at most the " +
                  std::to_string(red.count) + " LEDs");
   }
 }
 
-}  // namespace
+// The factor of an LED that measured dark is not finite, by definition.
+constexpr bool kNotAllFinite = false;
 
-bool IsScannable(const fs::path& path) {
-  const std::string extension = path.extension().string();
-  return extension == ".mlcoefs" || extension == ".meter" || extension == ".whitecoeff";
+void ScanLum(Scanner& scanner, FileReport& /*report*/) {
+  ScanPlanes(scanner, ColourNames(), kNotAllFinite);
 }
 
+void ScanChroma(Scanner& scanner, FileReport& /*report*/) {
+  std::vector<std::string> names;
+  for (const std::string& corrected : ColourNames()) {
+    for (const std::string& primary : ColourNames()) {
+      names.push_back(std::string(corrected).append(" from ").append(primary));
+    }
+  }
+  ScanPlanes(scanner, names, kNotAllFinite);
+}
+
+// The one format without a version.
+void ScanMatrix(Scanner& scanner, FileReport& report) {
+  const MatrixReport matrix = scanner.Matrix("matrix", {0, 0, kAnyType, true, kNotAllFinite});
+  report.header["type"] = matrix.count == 0 ? "empty" : cv::typeToString(matrix.type);
+}
+
+struct Format {
+  const char* name;
+  bool versioned;
+  void (*scan)(Scanner& scanner, FileReport& report);
+};
+constexpr Format kFormats[] = {
+    {"mlcoefs", true, ScanCoefficients}, {"meter", true, ScanMeter},
+    {"whitecoeff", true, ScanWhite},     {"lumcoeff", true, ScanLum},
+    {"chromacoeff", true, ScanChroma},   {"matrix", false, ScanMatrix},
+};
+const Format& kMatrix = kFormats[std::size(kFormats) - 1];
+
+const Format& FormatOf(const fs::path& path) {
+  const std::string extension = path.extension().string().erase(0, 1);  // the dot
+  return *std::find_if(std::begin(kFormats), std::end(kFormats) - 1,
+                       [&](const Format& format) { return extension == format.name; });
+}
+
+}  // namespace
+
+bool IsScannable(const fs::path& path) { return &FormatOf(path) != &kMatrix; }
+
 FileReport Scan(const fs::path& path) {
+  const Format& format = FormatOf(path);
   FileReport report;
   report.path = path.string();
-  report.format = path.extension().string().substr(1);
+  report.format = format.name;
   const File file = Open(path, report.bytes);
   Scanner scanner(file.get(), report.bytes, report);
   try {
     ScanMark(scanner);
-    if (report.format == "meter") {
-      ScanMeter(scanner);
-    } else if (report.format == "whitecoeff") {
-      ScanWhite(scanner);
-    } else {
-      ScanCoefficients(scanner, report);
+    if (format.versioned) {
+      scanner.Int("version", 1, 1);
     }
+    format.scan(scanner, report);
     scanner.End();
   } catch (const Broken& broken) {
     scanner.Note(broken.what());
@@ -197,11 +246,12 @@ FileReport Scan(const fs::path& path) {
   return report;
 }
 
-void RequireSound(const fs::path& path) {
-  const FileReport report = Scan(path);
+FileReport RequireSound(const fs::path& path) {
+  FileReport report = Scan(path);
   if (!report.problem.empty()) {
     throw Failure(Exit::kBrokenFile, report.path + ": " + report.problem);
   }
+  return report;
 }
 
 }  // namespace multilayer::tool

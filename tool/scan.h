@@ -16,6 +16,7 @@ struct MatrixReport {
   std::string name;
   int32_t rows = 0;
   int32_t cols = 0;
+  int32_t type = 0;  // OpenCV type code
   int32_t channels = 0;
   uint64_t count = 0;
   uint64_t ones = 0;        // exactly 1.0: no correction
@@ -28,7 +29,7 @@ struct MatrixReport {
 
 struct FileReport {
   std::string path;
-  std::string format;  // "mlcoefs", "meter" or "whitecoeff"
+  std::string format;  // the extension without its dot, or "matrix"
   uint64_t bytes = 0;
   nlohmann::ordered_json header = nlohmann::ordered_json::object();
   std::vector<MatrixReport> matrices;
@@ -36,14 +37,15 @@ struct FileReport {
   std::string problem;
 };
 
-// True for a name that ends with ".mlcoefs", ".meter" or ".whitecoeff".
+// True for a name that ends with ".mlcoefs", ".meter", ".whitecoeff", ".lumcoeff" or
+// ".chromacoeff".
 bool IsScannable(const std::filesystem::path& path);
 
-// Reads the file through once, with little memory. What stands before a broken place is in the
-// report. Throws kFileAccess if the file cannot be read.
+// Reads the file through once, with little memory; one with another name must be a binary matrix.
+// What stands before a broken place is in the report. Throws kFileAccess if the file cannot be read.
 FileReport Scan(const std::filesystem::path& path);
 
 // Throws kBrokenFile with the problem, if there is one.
-void RequireSound(const std::filesystem::path& path);
+FileReport RequireSound(const std::filesystem::path& path);
 
 }  // namespace multilayer::tool

@@ -4,9 +4,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <limits>
+#include <type_traits>
 #include <vector>
 
-#include <opencv2/core/hal/interface.h>
+#include <opencv2/core.hpp>
 
 #include "multilayer/multi_layer/multi_layer_coeff.h"
 
@@ -17,8 +18,12 @@ std::string Place(uint64_t offset, const std::string& field) {
   return "byte " + std::to_string(offset) + ", " + field;
 }
 
-// Bytes of one value of the depths that the formats use.
-uint64_t ValueSize(int32_t type) { return CV_MAT_DEPTH(type) == CV_8U ? 1 : 4; }
+// A 16-bit float, which the matrix library widens only to float.
+struct Half {
+  cv::float16_t value;
+  explicit operator double() const { return static_cast<double>(static_cast<float>(value)); }
+};
+static_assert(sizeof(Half) == 2);
 
 // Adds up finite values; the mean takes its divisor at the end.
 template <class Value>
@@ -37,9 +42,15 @@ void Count(MatrixReport& report, const Value* values, uint64_t count) {
   }
 }
 
-uint64_t FirstNonFinite(const std::vector<float>& values, uint64_t count) {
+// `count` if all are finite, as integers are.
+template <class Value>
+uint64_t FirstNonFinite(const std::vector<Value>& values, uint64_t count) {
+  if constexpr (std::is_integral_v<Value>) {
+    return count;
+  }
   const auto end = values.begin() + static_cast<std::ptrdiff_t>(count);
-  const auto found = std::find_if(values.begin(), end, [](float v) { return !std::isfinite(v); });
+  const auto found = std::find_if(values.begin(), end,
+                                  [](Value v) { return !std::isfinite(static_cast<double>(v)); });
   return static_cast<uint64_t>(found - values.begin());
 }
 
@@ -92,24 +103,30 @@ MatrixReport Scanner::MatrixHeader(const std::string& name, const MatrixRule& ru
   Require(fits(report.rows, rule.rows), report.rows, due_text(rule.rows));
   report.cols = Get<int32_t>(name + ".cols");
   Require(fits(report.cols, rule.cols), report.cols, due_text(rule.cols));
-  const auto type = Get<int32_t>(name + ".type");
-  Require(type == (empty ? 0 : rule.type), type, std::to_string(empty ? 0 : rule.type));
+  const bool any_type = rule.type == kAnyType && !empty;
+  report.type = Get<int32_t>(name + ".type");
+  Require(
+      any_type ? (report.type & ~CV_MAT_TYPE_MASK) == 0 : report.type == (empty ? 0 : rule.type),
+      report.type,
+      any_type ? "0 to " + std::to_string(CV_MAT_TYPE_MASK)
+               : std::to_string(empty ? 0 : rule.type));
   report.channels = Get<int32_t>(name + ".channels");
-  const int32_t channels = empty ? 0 : CV_MAT_CN(rule.type);
+  const int32_t channels = empty ? 0 : CV_MAT_CN(report.type);
   Require(report.channels == channels, report.channels, std::to_string(channels));
   // Below 2^62, so the bytes below cannot overflow once the count is known to be small.
   const uint64_t count = static_cast<uint64_t>(report.rows) * static_cast<uint64_t>(report.cols);
-  if (count > static_cast<uint64_t>(MultiLayerCoeff::kMaxLeds)) {
+  const int32_t most = any_type ? std::numeric_limits<int32_t>::max() : MultiLayerCoeff::kMaxLeds;
+  if (count > static_cast<uint64_t>(most)) {
     throw Broken(Place(field_offset_, name) + " has " + std::to_string(count) +
-                 " elements: must be at most " + std::to_string(MultiLayerCoeff::kMaxLeds));
+                 " elements: must be at most " + std::to_string(most));
   }
-  Expect(name, count * static_cast<uint64_t>(report.channels) * ValueSize(rule.type));
+  Expect(name, count * static_cast<uint64_t>(report.channels) * CV_ELEM_SIZE1(report.type));
   return report;
 }
 
 // In blocks, so that a matrix of any size takes the same memory.
 template <class Value>
-void Scanner::Collect(MatrixReport& report) {
+void Scanner::Collect(MatrixReport& report, bool finite) {
   constexpr uint64_t kBlock = 65536;
   std::vector<Value> block(kBlock);
   uint64_t left = static_cast<uint64_t>(report.rows) * static_cast<uint64_t>(report.cols) *
@@ -120,11 +137,12 @@ void Scanner::Collect(MatrixReport& report) {
     const uint64_t count = std::min(left, kBlock);
     const uint64_t begin = offset();
     reader_.Bytes(block.data(), count * sizeof(Value), sizeof(Value));
-    if constexpr (sizeof(Value) == 1) {
+    if constexpr (std::is_same_v<Value, uint8_t>) {
       report.flagged += static_cast<uint64_t>(
           std::count_if(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(count),
                         [](Value state) { return (state & LED_DEAD) != 0; }));
-    } else {
+    }
+    if (finite) {
       const uint64_t first = FirstNonFinite(block, count);
       if (first < count) {
         Note(Place(begin + first * sizeof(Value), report.name) + " holds " +
@@ -134,20 +152,21 @@ void Scanner::Collect(MatrixReport& report) {
     Count(report, block.data(), count);
     left -= count;
   }
-  const uint64_t finite = report.count - report.non_finite;
-  report.mean = finite > 0 ? report.mean / static_cast<double>(finite) : 0;
-  if (finite == 0) {
+  const uint64_t usable = report.count - report.non_finite;
+  report.mean = usable > 0 ? report.mean / static_cast<double>(usable) : 0;
+  if (usable == 0) {
     report.min = report.max = 0;
   }
 }
 
 MatrixReport Scanner::Matrix(const std::string& name, const MatrixRule& rule) {
+  using Collector = void (Scanner::*)(MatrixReport&, bool);
+  constexpr Collector kByDepth[] = {&Scanner::Collect<uint8_t>,  &Scanner::Collect<int8_t>,
+                                    &Scanner::Collect<uint16_t>, &Scanner::Collect<int16_t>,
+                                    &Scanner::Collect<int32_t>,  &Scanner::Collect<float>,
+                                    &Scanner::Collect<double>,   &Scanner::Collect<Half>};
   MatrixReport report = MatrixHeader(name, rule);
-  if (CV_MAT_DEPTH(rule.type) == CV_8U) {
-    Collect<uint8_t>(report);
-  } else {
-    Collect<float>(report);
-  }
+  (this->*kByDepth[CV_MAT_DEPTH(report.type)])(report, rule.finite);
   report_.matrices.push_back(report);
   return report;
 }

@@ -23,9 +23,11 @@ class Broken : public std::runtime_error {
 struct MatrixRule {
   int32_t rows = 0;  // 0: any, from 1
   int32_t cols = 0;
-  int32_t type = 0;  // OpenCV type code
+  int32_t type = 0;  // OpenCV type code, or kAnyType
   bool may_be_empty = false;
+  bool finite = true;  // every value must be
 };
+inline constexpr int32_t kAnyType = -1;
 
 class Scanner {
  public:
@@ -60,8 +62,8 @@ class Scanner {
   // A field of the header with a rule between two bounds.
   int32_t Int(const std::string& field, int32_t low, int32_t high);
 
-  // A matrix record; its statistics join the report. A value that is not finite is noted as a
-  // problem, and the scan goes on.
+  // A matrix record; its statistics join the report. A value that is not finite where it must be is
+  // noted as a problem, and the scan goes on.
   MatrixReport Matrix(const std::string& name, const MatrixRule& rule);
 
   // Matrices of int32 that a rule has to see: few values.
@@ -85,7 +87,7 @@ class Scanner {
   [[noreturn]] void Stop(const std::string& value, const std::string& rule) const;
   MatrixReport MatrixHeader(const std::string& name, const MatrixRule& rule);
   template <class Value>
-  void Collect(MatrixReport& report);
+  void Collect(MatrixReport& report, bool finite);
 
   ByteReader reader_;
   uint64_t length_;

@@ -26,12 +26,14 @@ struct SimulateOptions {
   int32_t width = simulation::WallParameters().screen_w;
   int32_t height = simulation::WallParameters().screen_h;
   std::string partitions = "2x2";
+  std::string shots = "1x1";
   std::vector<int32_t> levels = Job().levels;
   int32_t bit_width = Job().bit_width;
   int32_t coef_layers = 0;
   double gamma = Job().gamma;
   double electrons = simulation::CameraParameters().electrons;
   uint64_t seed = 1;
+  bool primaries = false;
   bool force = false;
 };
 
@@ -40,18 +42,29 @@ struct NamedPart {
   PartRecord part;
 };
 
-// "3x2": three partitions side by side, two above each other; as even as whole LEDs allow.
-std::vector<NamedPart> Divide(const SimulateOptions& options) {
+struct Grid {
   int32_t cols = 0;
   int32_t rows = 0;
+};
+
+// "3x2" is three columns and two rows. Throws kWrongCall.
+Grid ParseGrid(const char* option, const std::string& text, Grid largest, const char* limit) {
+  Grid grid;
   int used = 0;
-  const bool parsed = std::sscanf(options.partitions.c_str(), "%dx%d%n", &cols, &rows, &used) == 2;
-  if (!parsed || static_cast<size_t>(used) != options.partitions.size() || cols < 1 || rows < 1 ||
-      cols > options.width || rows > options.height) {
-    throw Failure(Exit::kWrongCall,
-                  "--partitions is " + options.partitions +
-                      ": must be COLUMNSxROWS, each 1 or more, no more than the screen has LEDs");
+  const bool parsed = std::sscanf(text.c_str(), "%dx%d%n", &grid.cols, &grid.rows, &used) == 2;
+  if (!parsed || static_cast<size_t>(used) != text.size() || grid.cols < 1 || grid.rows < 1 ||
+      grid.cols > largest.cols || grid.rows > largest.rows) {
+    throw Failure(Exit::kWrongCall, std::string(option) + " is " + text +
+                                        ": must be COLUMNSxROWS, each 1 or more, " + limit);
   }
+  return grid;
+}
+
+// As even as whole LEDs allow.
+std::vector<NamedPart> Divide(const SimulateOptions& options) {
+  const auto [cols, rows] =
+      ParseGrid("--partitions", options.partitions, {options.width, options.height},
+                "no more than the screen has LEDs");
   const size_t digits = std::to_string(std::max(cols, rows) - 1).size();
   const auto name = [digits](int32_t n) {
     const std::string text = std::to_string(n);
@@ -126,7 +139,8 @@ void RemoveEarlierJob(const Job& job, bool force) {
   }
 }
 
-void WritePartition(const Job& job, const simulation::Scene& scene, const NamedPart& part) {
+void WritePartition(const Job& job, const simulation::Scene& scene, const NamedPart& part,
+                    bool primaries) {
   const simulation::PartitionTruth truth = simulation::MakePartition(scene.wall, part.part);
   const simulation::MeasuredLayers measured = scene.Measure(truth, job.levels);
   for (size_t colour = 0; colour < kColours.size(); ++colour) {
@@ -134,12 +148,17 @@ void WritePartition(const Job& job, const simulation::Scene& scene, const NamedP
       SaveMeter(job.MeterFile(part.name, colour, job.levels[i]), measured[colour][i]);
     }
   }
+  if (primaries) {
+    SavePrimaries(job, part.name,
+                  scene.MeasurePrimaries(truth, job.levels.back(), Shots(job).primaries));
+  }
 }
 
 void RunSimulate(const SimulateOptions& options) {
   const std::vector<NamedPart> parts = Divide(options);
   const Job job = MakeJob(options, parts);
   CheckOptions(job);
+  const Grid shots = ParseGrid("--shots", options.shots, {16, 16}, "16 at most");
   Truth truth;
   truth.wall.seed = options.seed;
   truth.wall.screen_w = options.width;
@@ -148,18 +167,19 @@ void RunSimulate(const SimulateOptions& options) {
   truth.camera.electrons = options.electrons;
   RemoveEarlierJob(job, options.force);
   MakeFolder(options.folder);
-  const simulation::Scene scene = MakeScene(job, truth);
+  simulation::Scene scene = MakeScene(job, truth);
+  scene.shots = {shots.cols, shots.rows};
   Progress progress("simulate", parts.size());
   for (const NamedPart& part : parts) {
-    WritePartition(job, scene, part);
+    WritePartition(job, scene, part, options.primaries);
     progress.Step();
   }
   WriteText(job.TruthFile(), TruthText(truth));
   WriteText(job.file, JobText(job));
+  const size_t measurements = 3 * job.levels.size() + (options.primaries ? 9 : 0);
   PrintOut(job.file.string() + ": " + std::to_string(options.width) + " x " +
            std::to_string(options.height) + " LEDs in " + std::to_string(parts.size()) +
-           " partitions, " + std::to_string(3 * parts.size() * job.levels.size()) +
-           " measurements\n");
+           " partitions, " + std::to_string(parts.size() * measurements) + " measurements\n");
 }
 
 }  // namespace
@@ -179,6 +199,14 @@ Subcommand AddSimulate(CLI::App& app) {
   simulate->add_option("--partitions", options->partitions, "COLUMNSxROWS of partitions")
       ->capture_default_str()
       ->type_name("CxR");
+  simulate
+      ->add_option("--shots", options->shots,
+                   "COLUMNSxROWS of the shots that one measurement is accumulated from, 16 at most "
+                   "each; the measurements are the same")
+      ->capture_default_str()
+      ->type_name("CxR");
+  simulate->add_flag("--primaries", options->primaries,
+                     "Also measure X, Y and Z of each primary, at the highest level");
   simulate->add_option("--levels", options->levels, "Gray levels to photograph, 1 to 255")
       ->delimiter(',')
       ->capture_default_str();
@@ -201,7 +229,8 @@ Subcommand AddSimulate(CLI::App& app) {
   simulate->add_flag("--force", options->force, "Overwrite an earlier simulated job");
   simulate->footer(
       "Writes FOLDER/wall.toml, one .meter file per partition, primary and level, and\n"
-      "FOLDER/truth.toml, which only verify looks at.\n\nExample:\n"
+      "FOLDER/truth.toml, which only verify looks at. With --primaries, also\n"
+      "FOLDER/PARTITION_COLOR_PLANE_LEVEL.meter for the planes x, y and z.\n\nExample:\n"
       "  multilayer simulate demo --width 320 --height 180 --partitions 3x2 --seed 7");
   return {simulate, [options] { RunSimulate(*options); }};
 }

@@ -159,10 +159,7 @@ void Photograph(const Job& job, const Calibration& state, const fs::path& folder
       SaveMeter(NextFile(job, state, partition, i), meters[i]);
     }
     if (state.mode == Mode::kWhite && state.steps == 0) {
-      const simulation::MeasuredPrimaries primaries = wall.Primaries(truth);
-      for (size_t i = 0; i < 9; ++i) {
-        SaveMeter(PrimaryFile(job, partition, i / 3, i % 3), primaries[i / 3][i % 3]);
-      }
+      SavePrimaries(job, partition, wall.Primaries(truth));
     }
   }
 }
@@ -250,6 +247,13 @@ void RunStep(const Job& job, const Calibration& plan, const fs::path& folder, bo
   SaveCalibration(folder, state);
   Rename(job, state, folder);
   PrintOut(done + NextText(job, state, folder));
+}
+
+void SavePrimaries(const Job& job, const std::string& partition,
+                   const simulation::MeasuredPrimaries& primaries) {
+  for (size_t i = 0; i < 9; ++i) {
+    SaveMeter(PrimaryFile(job, partition, i / 3, i % 3), primaries[i / 3][i % 3]);
+  }
 }
 
 void RemoveSteps(const Job& job) {

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
+#include "simulation/measure.h"
 #include "tool/calibration.h"
 #include "tool/job.h"
 
@@ -23,7 +25,11 @@ namespace multilayer::tool {
 void RunStep(const Job& job, const Calibration& plan, const std::filesystem::path& folder,
              bool own_order, bool simulate);
 
-// Removes all measurements of steps, and what an interrupted step left.
+// Writes the primaries of a partition under the names above.
+void SavePrimaries(const Job& job, const std::string& partition,
+                   const simulation::MeasuredPrimaries& primaries);
+
+// Removes all measurements of steps and of primaries, and what an interrupted step left.
 void RemoveSteps(const Job& job);
 
 }  // namespace multilayer::tool

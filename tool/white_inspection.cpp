@@ -37,9 +37,10 @@ void WhiteInspector::Place(const CorrectedWall::Part& part, int32_t level, bool 
   for (size_t plane = 0; plane < planes.size(); ++plane) {
     planes[plane] = cv::Mat::zeros(light[plane].size(), CV_64FC1);
     for (int32_t shot = 0; shot < result_.shots; ++shot) {
-      const LedMeter meter = scene.camera.Photograph(
-          scene.wall, part.truth, simulation::kWhite, wall_.Layer(level), light[plane],
-          next_shot_ + static_cast<uint64_t>(shot), kTypes[plane]);
+      const LedMeter meter =
+          scene.camera.Photograph({scene.wall, part.truth.part, simulation::kWhite,
+                                   wall_.Layer(level), light[plane], kTypes[plane]},
+                                  next_shot_ + static_cast<uint64_t>(shot));
       cv::accumulate(meter.chroma, planes[plane]);
     }
     planes[plane] /= result_.shots;

@@ -44,16 +44,17 @@ class ChromaCoeff {
   // Takes finished matrices of rows x cols LEDs, LED by LED, row by row, nine floats each, column
   // by column: the shares of red in the corrected red, green and blue, then those of green, of
   // blue. `data`: `count` floats, copied. Sets part.w and part.h. Returns 0; 600 unless count =
-  // 9 rows cols; 9 null data or no LED.
+  // 9 rows cols; 9 null data or no LED, after one log line.
   int32_t Set(int32_t rows, int32_t cols, const float* data, int32_t count);
 
   // Multiplies the share of each primary by its luminance factor. Returns 0; 1 null; 12 a set is
-  // empty; 9 sizes differ, each after one log line.
+  // empty; 9 sizes differ or planes are no floats, each after one log line.
   int32_t Merge(const LumCoeff* lum);
 
   // Blends the columns (equal part.x and part.h) or the rows (equal part.y and part.w) that two
   // neighbours share, in both sets; docs/numerics.md has the equation. Returns 0 (also when they
-  // share none); 1 null; 12 a set is empty; 604 not neighbours, each after one log line.
+  // share none); 1 null; 12 a set is empty; 604 not neighbours; 9 planes of a set that are no floats
+  // of one size, each after one log line.
   static int32_t CombineDaul(ChromaCoeff* a, ChromaCoeff* b);
 
   // As LumCoeff::CombineAll and LumCoeff::Assemble; uncovered LEDs get the identity matrix.

@@ -3,6 +3,7 @@
 
 #include "multilayer/coeff/chroma_coeff.h"
 #include "multilayer/coeff/chroma_kernel.h"
+#include "multilayer/coeff/coeff_set.h"
 #include "multilayer/io/fail.h"
 #include "pellix/pellix.h"
 
@@ -44,7 +45,7 @@ int32_t ChromaCoeff::Compute(const float* targets, const ChromaXYZ& r, const Chr
   if (targets == nullptr) {
     return Fail(1, "ChromaCoeff::Compute--Error :: targets is nullptr.");
   }
-  if (weights.dims != 2 || weights.type() != CV_32FC1 || weights.size() != cv::Size(3, 4)) {
+  if (!IsFloatPlane(weights) || weights.size() != cv::Size(3, 4)) {
     return Fail(kNoWeights, "ChromaCoeff::Compute--Error :: no weights, SetPara comes first.");
   }
   const ReachedColours reached = FitColours(targets, weights);

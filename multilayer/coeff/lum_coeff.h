@@ -35,23 +35,27 @@ class LumCoeff {
   // Stores three values. Returns 0; 603 when one is negative.
   int32_t SetPara(int32_t p1, int32_t p2, int32_t p3);
 
-  // Multiplies every factor by that of `other`. Returns 0; 1 null; 12 a set is empty; 9 sizes
-  // differ, each after one log line.
+  // Multiplies every factor by that of `other`, which may be this set, in place: copies of this set
+  // share it. Returns 0; 1 null; 12 a set is empty; 9 sizes differ or planes are no floats, each
+  // after one log line.
   int32_t Merge(const LumCoeff* other);
 
   // Blends the rows that two neighbours share, in both sets; docs/numerics.md has the equation,
   // whose weights are not normalised. They must have equal part.y and part.w. Returns 0 (also when
-  // they share no row); 1 null; 12 a set is empty; 604 not neighbours, each after one log line.
+  // they share no row); 1 null; 12 a set is empty; 604 not neighbours; 9 planes of a set that are no
+  // floats of one size, each after one log line.
   static int32_t CombineDaul(LumCoeff* a, LumCoeff* b);
 
   // CombineDaul of the pairs (i, j) with i < j < n - 1 - i of the n sets, whatever they answer: of
-  // two sets none, and never the last. Returns 0; 12 the list or a set is empty; 1 a set is null.
+  // two sets none, and never the last. Returns 0; 12 the list or a set is empty; 1 a set is null,
+  // each after one log line, and nothing is blended then.
   static int32_t CombineAll(const std::vector<LumCoeff*>& list);
 
   // Places the sets into one that covers their bounding box; later sets overwrite earlier ones,
   // and LEDs that none covers get 1. `out` may be one of them. Returns 0; 12 the list or a set is
-  // empty; 1 a set is null; 9 planes smaller than their partition, or a box larger than a matrix
-  // can be. On failure `out` is as it was.
+  // empty; 1 a set is null; 9 planes that are no floats of one size or smaller than their partition,
+  // or a box without an LED or with more than 536870911, each after one log line. On failure `out`
+  // is as it was.
   static int32_t Assemble(const std::vector<LumCoeff*>& list, LumCoeff& out);
 
   // ".lumcoeff" files and buffers, statuses as LedMeter's: the planes and the partition.

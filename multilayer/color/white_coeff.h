@@ -12,9 +12,6 @@
 
 namespace multilayer {
 
-class ByteReader;
-class ByteWriter;
-
 // The XYZ that an LED emits for the gains (r, g, b) is M (r, g, b), where the columns of the 3 x 3
 // matrix M are the XYZ of its primaries. One Compute is one correction step,
 //   gain += M^-1 (target - measured),
@@ -68,9 +65,6 @@ class WhiteCoeff {
 
  private:
   void TakeDifferences(const ChromaXYZ& w);
-
-  void WriteStream(ByteWriter& writer) const;
-  const char* ReadStream(ByteReader& reader);
 };
 
 }  // namespace multilayer

@@ -1,4 +1,4 @@
-// Matrix records and file names.
+// The mark, matrix records and file names.
 #include "multilayer/io/container.h"
 
 #include <algorithm>
@@ -7,6 +7,8 @@
 
 namespace multilayer {
 namespace {
+
+constexpr uint8_t kByteOrderMark = 'L';
 
 struct MatHeader {
   int32_t rows = 0;
@@ -81,6 +83,13 @@ int32_t HasExtension(const std::string& fullname, const std::string& extension) 
       fullname.size() > extension.size() && fullname.find('\0') == std::string::npos &&
       fullname.compare(fullname.size() - extension.size(), std::string::npos, extension) == 0;
   return ends_with ? 0 : kMismatch;
+}
+
+void WriteMark(ByteWriter& writer) { writer.Put(kByteOrderMark); }
+
+bool ReadMark(ByteReader& reader) {
+  uint8_t mark = 0;
+  return reader.Get(mark) && mark == kByteOrderMark;
 }
 
 void WriteMat(ByteWriter& writer, const cv::Mat& mat) {

@@ -1,5 +1,5 @@
-// The container that every file and buffer of the library shares: the matrix record and the
-// file-name check. docs/formats.md has the byte tables.
+// The container that every file and buffer of the library shares: the byte-order mark, the
+// matrix record and the file-name check. docs/formats.md has the byte tables.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +14,10 @@ namespace multilayer {
 // 0 if `fullname` ends with `extension` (byte for byte, case-sensitive) and is longer than it; 8
 // otherwise.
 int32_t HasExtension(const std::string& fullname, const std::string& extension);
+
+// The first byte of every file and buffer. ReadMark returns false if another stands there, or none.
+void WriteMark(ByteWriter& writer);
+bool ReadMark(ByteReader& reader);
 
 // Writes `mat` (two dimensions, any depth, 1 to 512 channels) as a matrix record: rows, cols, type,
 // channels as int32, then one plane a channel. A matrix that is empty, or has more dimensions,

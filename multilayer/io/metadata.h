@@ -18,6 +18,9 @@ struct PartRecord {
   int32_t screen_h = 0;
 };
 
+// The most LEDs of a partition: a plane of 32-bit values of it has fewer than 2^31 bytes.
+inline constexpr int32_t kMaxLeds = 536870911;
+
 // A gray layer: one level that was shown and photographed.
 struct LayerRecord {
   int32_t index = 0;          // number of the layer within its series, from 0

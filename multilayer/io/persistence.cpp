@@ -1,51 +1,31 @@
 // The mark, the version and the checks around a body.
 #include "multilayer/io/persistence.h"
 
-#include <memory>
-
-#include <sys/stat.h>
-
 #include "multilayer/io/container.h"
 #include "multilayer/io/fail.h"
+#include "multilayer/io/file.h"
+#include "pellix/pellix.h"
 
 namespace multilayer {
 namespace {
 
-constexpr uint8_t kByteOrderMark = 'L';
 constexpr int32_t kVersion = 1;
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-File OpenForWriting(const std::string& fullname) {
-  return File(std::fopen(fullname.c_str(), "wb"));
-}
-
-// Only regular files have a length to hold their contents against; a folder, a pipe or a device is
-// not opened.
-File OpenForReading(const std::string& fullname, uint64_t& length) {
-  struct stat status = {};
-  if (stat(fullname.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return nullptr;
-  }
-  File file(std::fopen(fullname.c_str(), "rb"));
-  if (file != nullptr) {
-    length = static_cast<uint64_t>(status.st_size);
-  }
-  return file;
+void LogEntry(const FileFormat& format, const char* operation) {
+  PellixInfo("%s::%s", format.class_name, operation);
 }
 
 void WriteStream(ByteWriter& writer, const WriteBody& write) {
-  writer.Put(kByteOrderMark);
+  WriteMark(writer);
   writer.Put(kVersion);
   write(writer);
 }
 
-bool ReadMark(ByteReader& reader) {
-  uint8_t mark = 0;
-  return reader.Get(mark) && mark == kByteOrderMark;
+// The length of the whole stream: mark, version and body.
+uint64_t CountBytes(const WriteBody& write) {
+  ByteWriter counter;
+  WriteStream(counter, write);
+  return counter.size();
 }
 
 // From the version on; `operation` names the caller in the messages.
@@ -72,6 +52,7 @@ int32_t ReadStream(const FileFormat& format, const char* operation, ByteReader& 
 }  // namespace
 
 int32_t SaveFile(const FileFormat& format, const std::string& fullname, const WriteBody& write) {
+  LogEntry(format, "Save");
   if (const int32_t status = HasExtension(fullname, format.extension); status != 0) {
     return Fail(status, "%s::Save--Error :: ext filename mismatch.", format.class_name);
   }
@@ -86,6 +67,7 @@ int32_t SaveFile(const FileFormat& format, const std::string& fullname, const Wr
 }
 
 int32_t LoadFile(const FileFormat& format, const std::string& fullname, const ReadBody& read) {
+  LogEntry(format, "Load");
   if (const int32_t status = HasExtension(fullname, format.extension); status != 0) {
     return Fail(status, "%s::Load--Error :: ext filename mismatch.", format.class_name);
   }
@@ -104,7 +86,9 @@ int32_t LoadFile(const FileFormat& format, const std::string& fullname, const Re
   return ReadStream(format, "Load", reader, read);
 }
 
-int32_t WriteBuffer(uint8_t* buffer, uint64_t* size, const WriteBody& write) {
+int32_t WriteBuffer(const FileFormat& format, uint8_t* buffer, uint64_t* size,
+                    const WriteBody& write) {
+  LogEntry(format, "ToBuffer");
   if (buffer == nullptr || size == nullptr) {
     return 1;
   }
@@ -120,6 +104,7 @@ int32_t WriteBuffer(uint8_t* buffer, uint64_t* size, const WriteBody& write) {
 
 int32_t ReadBuffer(const FileFormat& format, const uint8_t* buffer, uint64_t size,
                    const ReadBody& read) {
+  LogEntry(format, "FromBuffer");
   if (buffer == nullptr) {
     return 1;
   }
@@ -130,10 +115,17 @@ int32_t ReadBuffer(const FileFormat& format, const uint8_t* buffer, uint64_t siz
   return ReadStream(format, "FromBuffer", reader, read);
 }
 
-uint64_t CountBytes(const WriteBody& write) {
-  ByteWriter counter;
-  WriteStream(counter, write);
-  return counter.size();
+int32_t MeasureBuffer(const FileFormat& format, uint64_t* size, bool empty,
+                      const WriteBody& write) {
+  LogEntry(format, "GetBufferSize");
+  if (size == nullptr) {
+    return 1;
+  }
+  if (empty) {
+    return 5;
+  }
+  *size = CountBytes(write);
+  return 0;
 }
 
 }  // namespace multilayer

@@ -81,9 +81,10 @@ struct LedMeter {
   // Whether a shot may be added. The first one (`added` empty) makes the record: metadata, color
   // and type of the shot; state, and pos and chroma if their inputs are given, all 0. A shot that
   // passes is marked in `added`. Returns 0, or after one log line: 1 no shot or no inputs; 403
-  // three channels; 110, 111, 104 as Shot::Check; 5 an input is empty; 400 lighted LEDs that do not
-  // fit the pattern or the partition; 404 other inputs than the first shot; 102 other color, type,
-  // partition or pattern; 401 added already; 9 no partition, or matrices of other types. Nothing is
+  // three channels; 110, 111, 104 as Shot::Check; 5 an input is empty; 400 inputs that differ in
+  // size or, both given, from lighted_led_w and _h, or LEDs outside the pattern or the partition;
+  // 404 other inputs than the first shot; 102 other color, type, partition or pattern; 401 added
+  // already; 9 no partition, one of no or too many LEDs, or matrices of other types. Nothing is
   // changed then.
   int32_t CheckInput(const Shot* shot, const cv::Mat* pos_input, const cv::Mat* chroma_input);
 
@@ -92,6 +93,9 @@ struct LedMeter {
   int32_t Add(const Shot* shot, const cv::Mat* pos_input, const cv::Mat* chroma_input);
 
   // --- Operations on a complete record ----------------------------------------------------------
+  //
+  // FixDeadPoint and Align write into the elements of chroma, which every header of it sees. Each
+  // status but 0 changes nothing and, where it does not say otherwise, comes with one log line.
 
   // Gives every LED marked LED_DEAD the median of chroma over its 3 x 3 neighbourhood, the border
   // repeated. Returns 0; 5 chroma empty; 9 chroma or state no plane of their type and equal size.
@@ -100,8 +104,8 @@ struct LedMeter {
   // Scales chroma so that its mean becomes the target of the record's type. `target`: 3 floats, X,
   // Y, Z. The mean is that of all LEDs or, with both `point` (2 values: column, row) and `radius`
   // (LEDs), of those within radius + 0.5 of the point. A mean of 0 gives infinity or NaN. Returns
-  // 0; 1 null target; 5 chroma empty; 9 chroma is no plane of floats; 405 the disc leaves the
-  // partition.
+  // 0; 1 null target; 5 chroma empty; 9 chroma is no plane of floats; 405 the disc holds no LED or
+  // leaves the partition by more than one column or row beyond the last.
   int32_t Align(const float* target, const int32_t* point, const int32_t* radius);
 
   // Draws pos.x of every LED as a gray image, 255 the largest magnitude, to `fullname`, whose
@@ -110,9 +114,9 @@ struct LedMeter {
   int32_t ExportPointImage(const std::string& fullname) const;
 
   // Averages chroma over the ".meter" files `fullnames`, `count` of them, and saves it, with all
-  // else as in the first file, as `output`. Returns 0, or after one log line: 471 another number
-  // of names; 9 color, type or size of a file differ from the first; without a log line 1 for an
-  // empty name; or the status of Load or Save.
+  // else as in the first file, as `output`; holds two files at a time. Returns 0; 471 another
+  // number of names, or none; 9 chroma is no plane of floats, or color, type or size of a file
+  // differ from the first; 1, without a log line, an empty name; or the status of Load or Save.
   static int32_t MeterMean(const std::vector<std::string>& fullnames, int32_t count,
                            const std::string& output);
 

@@ -6,12 +6,11 @@
 
 #include "multilayer/io/container.h"
 #include "multilayer/meter/led_meter.h"
-#include "pellix/pellix.h"
 
 namespace multilayer {
 namespace {
 
-constexpr FileFormat kFormat = {"LedMeter", ".meter", /*load_reports_bad_mark=*/true};
+constexpr FileFormat kFormat = {"LedMeter", ".meter"};
 
 // The metadata of a measurement file, in the order of writing: the one list that writing, reading
 // and replacing go through.
@@ -99,35 +98,23 @@ auto Reading(LedMeter& meter) {
 }  // namespace
 
 int32_t LedMeter::Save(const std::string& fullname) const {
-  PellixInfo("LedMeter::Save");
   return SaveFile(kFormat, fullname, Writing(*this));
 }
 
 int32_t LedMeter::Load(const std::string& fullname) {
-  PellixInfo("LedMeter::Load");
   return LoadFile(kFormat, fullname, Reading(*this));
 }
 
 int32_t LedMeter::ToBuffer(uint8_t* buffer, uint64_t* size) const {
-  PellixInfo("LedMeter::ToBuffer");
-  return WriteBuffer(buffer, size, Writing(*this));
+  return WriteBuffer(kFormat, buffer, size, Writing(*this));
 }
 
 int32_t LedMeter::FromBuffer(const uint8_t* buffer, uint64_t size) {
-  PellixInfo("LedMeter::FromBuffer");
   return ReadBuffer(kFormat, buffer, size, Reading(*this));
 }
 
 int32_t LedMeter::GetBufferSize(uint64_t* size) const {
-  PellixInfo("LedMeter::GetBufferSize");
-  if (size == nullptr) {
-    return 1;
-  }
-  if (chroma.empty()) {
-    return 5;
-  }
-  *size = CountBytes(Writing(*this));
-  return 0;
+  return MeasureBuffer(kFormat, size, chroma.empty(), Writing(*this));
 }
 
 }  // namespace multilayer

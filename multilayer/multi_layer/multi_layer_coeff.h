@@ -15,8 +15,6 @@
 
 namespace multilayer {
 
-class ByteReader;
-class ByteWriter;
 class WhiteCoeff;
 
 // One calibration of one partition. Colours always stand in the order red, green, blue. Every
@@ -200,7 +198,7 @@ class MultiLayerCoeff {
   // of a single LED, within the memory that a reader may claim.
   static constexpr int32_t kMaxCoefLayers = 16384;
   // Every matrix of a partition must fit a MultiLayerMat, whose size is an int32 of bytes.
-  static constexpr int32_t kMaxLeds = 536870911;
+  static constexpr int32_t kMaxLeds = multilayer::kMaxLeds;
 
  private:
   using Meters = std::vector<LedMeter*>;
@@ -230,9 +228,6 @@ class MultiLayerCoeff {
   int32_t PrepareWhiteStep(const ChromaXYZ& white, const PartRecord& part, WhiteCoeff& step) const;
   int32_t TakeWhiteStep(const WhiteCoeff& step, const ChromaXYZ& white,
                         const std::vector<int32_t>& layers, bool set, size_t captured);
-
-  void WriteStream(ByteWriter& writer) const;
-  const char* ReadStream(ByteReader& reader);
 
   bool setter_failed_ = false;  // the last setter: what is loaded afterwards is no parameter
 };

@@ -26,43 +26,39 @@ struct Stored {
   std::array<std::vector<cv::Mat>, 3> coefs;
 };
 
-// The body in file order: the one list that writing and reading go through. The layers follow,
-// interleaved by colour.
-template <class Stream, class Fields>
-void TransferHead(Stream& stream, Fields& fields) {
-  Transfer(stream, fields.part_x_y_w_h);
-  Transfer(stream, fields.capture_layer_num);
-  Transfer(stream, fields.coef_layer_num);
-  Transfer(stream, fields.bit_width);
-  for (size_t i = 0; i < 3; ++i) {
-    Transfer(stream, fields.rgb_lum_dec_ratio[i]);
-  }
-  Transfer(stream, fields.pos_hardware);
+// The body in file order. The layers follow, interleaved by colour.
+auto Head(Stored& stored) {
+  return std::tie(stored.part_x_y_w_h, stored.capture_layer_num, stored.coef_layer_num,
+                  stored.bit_width, stored.rgb_lum_dec_ratio, stored.pos_hardware);
 }
 
-}  // namespace
-
-void MultiLayerCoeff::WriteStream(ByteWriter& writer) const {
-  Stored stored = {
-      part_x_y_w_h, capture_layer_num, coef_layer_num, bit_width, {}, pos_hardware, {}};
-  std::copy_n(rgb_lum_dec_ratio.begin(), std::min<size_t>(3, rgb_lum_dec_ratio.size()),
+void WriteBodyOf(const MultiLayerCoeff& engine, ByteWriter& writer) {
+  Stored stored = {engine.part_x_y_w_h,
+                   engine.capture_layer_num,
+                   engine.coef_layer_num,
+                   engine.bit_width,
+                   {},
+                   engine.pos_hardware,
+                   {}};
+  std::copy_n(engine.rgb_lum_dec_ratio.begin(),
+              std::min<size_t>(3, engine.rgb_lum_dec_ratio.size()),
               stored.rgb_lum_dec_ratio.begin());
-  TransferHead(writer, std::as_const(stored));
+  TransferFields(writer, Head(stored));
   const cv::Mat missing;
-  for (int32_t layer = 0; layer < coef_layer_num; ++layer) {
+  for (int32_t layer = 0; layer < engine.coef_layer_num; ++layer) {
     const auto i = static_cast<size_t>(layer);
-    for (const std::vector<cv::Mat>* list : {&coef_r, &coef_g, &coef_b}) {
+    for (const std::vector<cv::Mat>* list : {&engine.coef_r, &engine.coef_g, &engine.coef_b}) {
       WriteMat(writer, i < list->size() ? (*list)[i] : missing);
     }
   }
 }
 
-const char* MultiLayerCoeff::ReadStream(ByteReader& reader) {
+const char* ReadBodyOf(MultiLayerCoeff& engine, ByteReader& reader) {
   Stored stored;
-  TransferHead(reader, stored);
+  TransferFields(reader, Head(stored));
   // An engine without layers stores -1.
   const auto layers = static_cast<uint64_t>(std::max(0, stored.coef_layer_num));
-  if (layers > kMaxCoefLayers) {
+  if (layers > MultiLayerCoeff::kMaxCoefLayers) {
     reader.Refuse();
   }
   if (reader.refused() || !reader.Claim(3 * layers * sizeof(cv::Mat))) {
@@ -79,52 +75,51 @@ const char* MultiLayerCoeff::ReadStream(ByteReader& reader) {
   if (reader.refused()) {
     return nullptr;
   }
-  part_x_y_w_h = stored.part_x_y_w_h;
-  capture_layer_num = stored.capture_layer_num;
-  coef_layer_num = stored.coef_layer_num;
-  bit_width = stored.bit_width;
-  rgb_lum_dec_ratio.assign(stored.rgb_lum_dec_ratio.begin(), stored.rgb_lum_dec_ratio.end());
-  pos_hardware = std::move(stored.pos_hardware);
-  coef_r = std::move(stored.coefs[0]);
-  coef_g = std::move(stored.coefs[1]);
-  coef_b = std::move(stored.coefs[2]);
+  engine.part_x_y_w_h = stored.part_x_y_w_h;
+  engine.capture_layer_num = stored.capture_layer_num;
+  engine.coef_layer_num = stored.coef_layer_num;
+  engine.bit_width = stored.bit_width;
+  engine.rgb_lum_dec_ratio.assign(stored.rgb_lum_dec_ratio.begin(), stored.rgb_lum_dec_ratio.end());
+  engine.pos_hardware = std::move(stored.pos_hardware);
+  engine.coef_r = std::move(stored.coefs[0]);
+  engine.coef_g = std::move(stored.coefs[1]);
+  engine.coef_b = std::move(stored.coefs[2]);
   return nullptr;
 }
 
+auto Writing(const MultiLayerCoeff& engine) {
+  return [&engine](ByteWriter& writer) { WriteBodyOf(engine, writer); };
+}
+
+auto Reading(MultiLayerCoeff& engine) {
+  return [&engine](ByteReader& reader) { return ReadBodyOf(engine, reader); };
+}
+
+}  // namespace
+
 int32_t MultiLayerCoeff::Save(const std::string& fullname) const {
-  PellixInfo("MultiLayerCoeff::Save");
   if (coef_r.empty()) {
+    PellixInfo("MultiLayerCoeff::Save");
     return Fail(5, "MultiLayerCoeff::Save--Error :: coeff is empty.");
   }
-  return SaveFile(kFormat, fullname, [this](ByteWriter& writer) { WriteStream(writer); });
+  return SaveFile(kFormat, fullname, Writing(*this));
 }
 
 int32_t MultiLayerCoeff::Load(const std::string& fullname) {
-  PellixInfo("MultiLayerCoeff::Load");
-  return LoadFile(kFormat, fullname, [this](ByteReader& reader) { return ReadStream(reader); });
+  return LoadFile(kFormat, fullname, Reading(*this));
 }
 
 int32_t MultiLayerCoeff::ToBuffer(uint8_t* buffer, uint64_t* size) const {
-  PellixInfo("MultiLayerCoeff::ToBuffer");
-  return WriteBuffer(buffer, size, [this](ByteWriter& writer) { WriteStream(writer); });
+  return WriteBuffer(kFormat, buffer, size, Writing(*this));
 }
 
 int32_t MultiLayerCoeff::FromBuffer(const uint8_t* buffer, uint64_t size) {
-  PellixInfo("MultiLayerCoeff::FromBuffer");
-  return ReadBuffer(kFormat, buffer, size,
-                    [this](ByteReader& reader) { return ReadStream(reader); });
+  return ReadBuffer(kFormat, buffer, size, Reading(*this));
 }
 
 int32_t MultiLayerCoeff::GetBufferSize(uint64_t* size) const {
-  PellixInfo("MultiLayerCoeff::GetBufferSize");
-  if (size == nullptr) {
-    return 1;
-  }
-  if (coef_r.empty() || coef_g.empty() || coef_b.empty()) {
-    return 5;
-  }
-  *size = CountBytes([this](ByteWriter& writer) { WriteStream(writer); });
-  return 0;
+  const bool empty = coef_r.empty() || coef_g.empty() || coef_b.empty();
+  return MeasureBuffer(kFormat, size, empty, Writing(*this));
 }
 
 }  // namespace multilayer

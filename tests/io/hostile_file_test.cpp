@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
 
+#include "multilayer/coeff/chroma_coeff.h"
+#include "multilayer/coeff/lum_coeff.h"
 #include "multilayer/color/white_coeff.h"
 #include "multilayer/meter/led_meter.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
@@ -23,7 +25,9 @@ using testing::FullMeterImage;
 using testing::Hex;
 using testing::Image;
 using testing::ImageOf;
+using testing::kChromaImage;
 using testing::kCoefficientImage;
+using testing::kLumImage;
 using testing::LogRecorder;
 using testing::TempFolder;
 using testing::WithWord;
@@ -88,6 +92,20 @@ struct Subject<WhiteCoeff> {
         "01000000 02000000 02000000 01000000 03000000 04000000");
   }
 };
+template <>
+struct Subject<LumCoeff> {
+  static constexpr const char* kName = "forged.lumcoeff";
+  static constexpr int32_t kEndsEarly = 0;
+  static constexpr bool kSilentWithoutMark = false;
+  static Image Sound() { return Hex(kLumImage); }
+};
+template <>
+struct Subject<ChromaCoeff> {
+  static constexpr const char* kName = "forged.chromacoeff";
+  static constexpr int32_t kEndsEarly = 0;
+  static constexpr bool kSilentWithoutMark = false;
+  static Image Sound() { return Hex(kChromaImage); }
+};
 
 template <class Object>
 class HostileFile : public ::testing::Test {
@@ -127,7 +145,7 @@ class HostileFile : public ::testing::Test {
   const Image before_ = ImageOf(object_);
 };
 
-using Subjects = ::testing::Types<MultiLayerCoeff, LedMeter, WhiteCoeff>;
+using Subjects = ::testing::Types<MultiLayerCoeff, LedMeter, WhiteCoeff, LumCoeff, ChromaCoeff>;
 TYPED_TEST_SUITE(HostileFile, Subjects);
 
 TYPED_TEST(HostileFile, EveryPrefixIsReadWithoutHarm) {

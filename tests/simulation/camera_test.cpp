@@ -22,7 +22,7 @@ class CameraTest : public ::testing::Test {
  protected:
   LedMeter Shoot(const CameraParameters& parameters, const cv::Mat& luminance,
                  uint64_t shot = 0) const {
-    return Camera(parameters).Photograph(wall_, partition_, 1, kLayer, luminance, shot);
+    return Camera(parameters).Photograph({wall_, kPart, 1, kLayer, luminance}, shot);
   }
 
   WallParameters wall_;

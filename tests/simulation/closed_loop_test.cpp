@@ -76,8 +76,8 @@ TEST_F(ClosedLoop, MeasuresEveryLayerOfEveryColour) {
       EXPECT_EQ(meter.layer->value, kCaptured[i]);
       EXPECT_EQ(meter.layer->linear_norms, static_cast<float>(output / 65535.0));
       const cv::Mat light = scene_.Shine(partition_, primary, kCaptured[i], correction);
-      const LedMeter expected =
-          scene_.camera.Photograph(scene_.wall, partition_, primary, *meter.layer, light, 5 + i);
+      const LedMeter expected = scene_.camera.Photograph(
+          {scene_.wall, partition_.part, primary, *meter.layer, light}, 5 + i);
       EXPECT_TRUE(testing::SameBits(meter.chroma, expected.chroma));
     }
   }

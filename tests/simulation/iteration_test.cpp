@@ -8,6 +8,7 @@
 #include <opencv2/core.hpp>
 
 #include "simulation/closed_loop.h"
+#include "simulation/gamut.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/meters.h"
 

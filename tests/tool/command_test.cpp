@@ -92,6 +92,27 @@ TEST_F(CommandTest, TheDivisionIsNotSeen) {
   }
 }
 
+TEST_F(CommandTest, SparseShotsGiveTheSameMeasurements) {
+  const fs::path direct = folder_.path() / "direct";
+  ASSERT_EQ(Simulate("3x2", {"--primaries"}).exit, 0);
+  fs::rename(Job(), direct);
+  ASSERT_EQ(Simulate("3x2", {"--primaries", "--shots", "3x3"}).exit, 0);
+  const std::vector<std::string> names = FilesWith(direct, ".meter");
+  EXPECT_THAT(names, SizeIs(6 * (3 * 4 + 9)));
+  EXPECT_THAT(names, ::testing::Contains("p00_red_x_255.meter"));
+  for (const std::string& name : names) {
+    EXPECT_TRUE(ReadFile(Job() / name) == ReadFile(direct / name)) << name;
+  }
+
+  ASSERT_EQ(Simulate("3x2", {"--force"}).exit, 0);
+  EXPECT_THAT(FilesWith(Job(), ".meter"), SizeIs(6 * 3 * 4)) << "primaries of the earlier job";
+  for (const char* shots : {"3", "0x3", "3x17", "3x3x"}) {
+    const Result refused = Simulate("3x2", {"--force", "--shots", shots});
+    EXPECT_EQ(refused.exit, 2);
+    EXPECT_THAT(refused.err, HasSubstr(std::string("--shots is ") + shots));
+  }
+}
+
 TEST_F(CommandTest, VerifySaysWhatIsOutOfTolerance) {
   ASSERT_EQ(Simulate().exit, 0);
   ASSERT_EQ(Run({"calibrate", "job/wall.toml"}).exit, 0);
@@ -133,7 +154,7 @@ TEST_F(CommandTest, WrongCalls) {
       {{"simulate", "x", "--bit-width", "25"}, "--bit-width"},
       {{"simulate", "x", "--levels", "32"}, "capture.levels is [32]: must hold two levels"},
       {{"simulate", "x", "--levels", "32,300"}, "must stay below the number of gray levels"},
-      {{"info", "a.png"}, "a.png: must end with .mlcoefs, .meter or .whitecoeff"},
+      {{"info", "a.png"}, "a.png: must end with .mlcoefs, .meter, "},
       {{"verify", "wall.toml", "--shots", "0"}, "--shots"},
   };
   for (const auto& [arguments, message] : cases) {
@@ -146,7 +167,9 @@ TEST_F(CommandTest, WrongCalls) {
 }
 
 TEST_F(CommandTest, HelpAndVersionAreResults) {
-  for (const char* command : {"simulate", "calibrate", "verify", "info"}) {
+  for (const char* command :
+       {"simulate", "calibrate", "verify", "info", "mean", "repair", "align", "points",
+        "compute-lum", "compute-chroma", "merge", "combine", "assemble"}) {
     const Result help = Run({command, "--help"});
     EXPECT_EQ(help.exit, 0);
     EXPECT_THAT(help.out, HasSubstr("Example:\n  multilayer " + std::string(command)));

@@ -1,0 +1,211 @@
+// Checks, products, seams and assembly of single-layer sets.
+#include "multilayer/coeff/coeff_set.h"
+
+#include <cstdlib>
+#include <functional>
+#include <limits>
+#include <utility>
+
+#include <opencv2/core.hpp>
+
+#include "multilayer/coeff/chroma_coeff.h"
+#include "multilayer/coeff/lum_coeff.h"
+#include "multilayer/io/fail.h"
+
+namespace multilayer {
+namespace {
+
+bool HasSize(const cv::Mat& plane, const cv::Mat& other) {
+  return plane.rows == other.rows && plane.cols == other.cols;
+}
+
+bool HasFloatPlanes(const SetView& set) {
+  return std::all_of(set.planes.begin(), set.planes.end(), [&set](const cv::Mat& plane) {
+    return IsFloatPlane(plane) && HasSize(plane, set.planes[0]);
+  });
+}
+
+// A set by its lines, which are the rows or the columns of its planes.
+class LinedSet {
+ public:
+  LinedSet(const SetView& set, Lines lines) : planes_(set.planes), rows_(lines == Lines::kRows) {}
+  int lines() const { return rows_ ? planes_[0].rows : planes_[0].cols; }
+  int places() const { return rows_ ? planes_[0].cols : planes_[0].rows; }
+  float& at(size_t plane, int line, int place) {
+    return rows_ ? planes_[plane].at<float>(line, place) : planes_[plane].at<float>(place, line);
+  }
+
+ private:
+  std::vector<cv::Mat> planes_;
+  bool rows_;
+};
+
+// Columns and rows of the screen, in 64 bits: the edges of a partition need not fit its fields.
+struct Box {
+  int64_t left = std::numeric_limits<int64_t>::max();
+  int64_t top = std::numeric_limits<int64_t>::max();
+  int64_t right = std::numeric_limits<int64_t>::min();
+  int64_t bottom = std::numeric_limits<int64_t>::min();
+};
+
+Box BoundingBox(const std::vector<SetView>& sets) {
+  Box box;
+  for (const SetView& set : sets) {
+    const PartRecord& part = set.part;
+    box.left = std::min<int64_t>(box.left, part.x);
+    box.top = std::min<int64_t>(box.top, part.y);
+    box.right = std::max(box.right, int64_t{part.x} + part.w);
+    box.bottom = std::max(box.bottom, int64_t{part.y} + part.h);
+  }
+  return box;
+}
+
+// The partition of the box, turned upright; false if no matrix can hold it.
+bool MakePartition(const Box& box, PartRecord& part) {
+  constexpr int64_t kMaxLeds = 536870911;  // the bytes of a plane are an int32, as the engine's
+  const int64_t x = std::min(box.left, box.right);
+  const int64_t y = std::min(box.top, box.bottom);
+  const int64_t w = std::abs(box.right - box.left);
+  const int64_t h = std::abs(box.bottom - box.top);
+  constexpr int64_t kLeast = std::numeric_limits<int32_t>::min();
+  if (w < 1 || h < 1 || w > kMaxLeds / h || x < kLeast || y < kLeast) {
+    return false;
+  }
+  part.x = static_cast<int32_t>(x);
+  part.y = static_cast<int32_t>(y);
+  part.w = static_cast<int32_t>(w);
+  part.h = static_cast<int32_t>(h);
+  return true;
+}
+
+bool CoversLeds(const PartRecord& part) { return part.w > 0 && part.h > 0; }
+
+bool FillsPartition(const SetView& set) {
+  return !CoversLeds(set.part) ||
+         (set.planes[0].rows >= set.part.h && set.planes[0].cols >= set.part.w);
+}
+
+// A partition that covers an LED lies within the box, so its place there fits an int.
+void Place(const SetView& set, SetView& out) {
+  const PartRecord& part = set.part;
+  if (!CoversLeds(part)) {
+    return;
+  }
+  const auto x = static_cast<int>(int64_t{part.x} - out.part.x);
+  const auto y = static_cast<int>(int64_t{part.y} - out.part.y);
+  for (size_t p = 0; p < out.planes.size(); ++p) {
+    set.planes[p](cv::Rect(0, 0, part.w, part.h))
+        .copyTo(out.planes[p](cv::Rect(x, y, part.w, part.h)));
+  }
+}
+
+}  // namespace
+
+bool IsFloatPlane(const cv::Mat& mat) { return mat.dims == 2 && mat.type() == CV_32FC1; }
+
+SetView ViewOf(const LumCoeff* set) {
+  return set == nullptr ? SetView{} : SetView{{set->coef_r, set->coef_g, set->coef_b}, set->part};
+}
+
+SetView ViewOf(const ChromaCoeff* set) {
+  return set == nullptr ? SetView{} : SetView{{set->coef.begin(), set->coef.end()}, set->part};
+}
+
+int32_t CheckPair(const char* class_name, const SetView& a, const SetView& b) {
+  if (a.missing() || b.missing()) {
+    return Fail(1, "%s::CombineDaul--Error :: Input is nullptr.", class_name);
+  }
+  if (a.empty() || b.empty()) {
+    return Fail(12, "%s::CombineDaul--Error :: Input is empty.", class_name);
+  }
+  return 0;
+}
+
+int32_t CheckList(const char* class_name, const std::vector<SetView>& sets) {
+  if (std::any_of(sets.begin(), sets.end(), std::mem_fn(&SetView::missing))) {
+    return Fail(1, "%s::CombineAll--Error :: Input is nullptr.", class_name);
+  }
+  if (sets.empty() || std::any_of(sets.begin(), sets.end(), std::mem_fn(&SetView::empty))) {
+    return Fail(12, "%s::CombineAll--Error :: Input is empty.", class_name);
+  }
+  return 0;
+}
+
+int32_t CheckPlanes(const char* class_name, const char* operation,
+                    const std::vector<SetView>& sets) {
+  if (!std::all_of(sets.begin(), sets.end(), HasFloatPlanes)) {
+    return Fail(9, "%s::%s--Error :: Input planes are no 32-bit float matrices of one size.",
+                class_name, operation);
+  }
+  return 0;
+}
+
+int32_t MergeFactors(const char* class_name, const SetView& own, const SetView& factors) {
+  if (factors.missing()) {
+    return Fail(1, "%s::Merge--Error :: Input is nullptr.", class_name);
+  }
+  if (factors.empty() || own.empty()) {
+    return Fail(12, "%s::Merge--Error :: Input OR itself is empty.", class_name);
+  }
+  const auto has_size = [&own](const cv::Mat& plane) { return HasSize(plane, own.planes[0]); };
+  if (!std::all_of(own.planes.begin(), own.planes.end(), has_size) ||
+      !std::all_of(factors.planes.begin(), factors.planes.end(), has_size)) {
+    return Fail(9, "%s::Merge--Error :: Input matrix size mismatches the origin one.", class_name);
+  }
+  if (const int32_t status = CheckPlanes(class_name, "Merge", {own, factors}); status != 0) {
+    return status;
+  }
+  for (size_t p = 0; p < own.planes.size(); ++p) {
+    cv::multiply(own.planes[p], factors.planes[p % 3], own.planes[p]);
+  }
+  return 0;
+}
+
+void BlendSeam(const SetView& source, const SetView& target, Lines lines, int64_t n, Mix mix) {
+  LinedSet from(source, lines);
+  LinedSet to(target, lines);
+  const int last = to.lines() - 1;
+  const int first = std::max(0, to.lines() - from.lines());
+  const auto end = static_cast<int>(std::clamp<int64_t>(n, 0, to.lines()));
+  const int places = std::min(from.places(), to.places());
+  for (int k = first; k < end; ++k) {
+    for (int place = 0; place < places; ++place) {
+      for (size_t p = 0; p < target.planes.size(); ++p) {
+        float& mixed = to.at(p, k, place);
+        float& mirrored = from.at(p, last - k, place);
+        mixed = mix(n, k, mirrored, mixed);
+        mirrored = mixed;
+      }
+    }
+  }
+}
+
+int32_t AssembleSets(const char* class_name, const std::vector<SetView>& sets,
+                     const std::vector<float>& neutral, SetView& out) {
+  if (const int32_t status = CheckList(class_name, sets); status != 0) {
+    return status;
+  }
+  if (const int32_t status = CheckPlanes(class_name, "Assemble", sets); status != 0) {
+    return status;
+  }
+  if (!std::all_of(sets.begin(), sets.end(), FillsPartition)) {
+    return Fail(9, "%s::Assemble--Error :: Input matrix is smaller than its partition.",
+                class_name);
+  }
+  SetView joined;
+  joined.part = sets[0].part;
+  if (!MakePartition(BoundingBox(sets), joined.part)) {
+    return Fail(9, "%s::Assemble--Error :: Input parts span no LED or too many.", class_name);
+  }
+  for (const float value : neutral) {
+    joined.planes.emplace_back(joined.part.h, joined.part.w, CV_32FC1,
+                               cv::Scalar(static_cast<double>(value)));
+  }
+  for (const SetView& set : sets) {
+    Place(set, joined);
+  }
+  out = std::move(joined);
+  return 0;
+}
+
+}  // namespace multilayer

@@ -1,0 +1,211 @@
+// Measuring shot by shot: which shots a record takes, and where their values go.
+#include <cstring>
+#include <utility>
+
+#include <opencv2/core.hpp>
+
+#include "multilayer/io/fail.h"
+#include "multilayer/meter/led_meter.h"
+#include "multilayer/shot/shot.h"
+#include "pellix/pellix.h"
+
+namespace multilayer {
+namespace {
+
+constexpr uint32_t kShotChecks =
+    SHOT_CHECK_NOT_NULL | SHOT_CHECK_SINGLE_CHANNEL | SHOT_CHECK_COLOR | SHOT_CHECK_PATTERN;
+
+int32_t FailNull() { return Fail(1, "LedMeter::CheckInput--Error :: input nullptr."); }
+
+int32_t FailLighted() {
+  return Fail(400, "LedMeter::CheckInput--Error :: mismatch lighted led width and height.");
+}
+
+// Matrices of more than two dimensions have no size in this sense.
+bool HasSize(const cv::Mat& mat, int32_t rows, int32_t cols) {
+  return mat.rows == rows && mat.cols == cols && mat.dims == 2;
+}
+
+bool SameSize(const cv::Mat& a, const cv::Mat& b) { return HasSize(a, b.rows, b.cols); }
+
+bool IsPlane(const cv::Mat& mat, int type, int32_t rows, int32_t cols) {
+  return mat.type() == type && HasSize(mat, rows, cols);
+}
+
+// What a shot brings: the shot and, each null or two matrices, what was found in its image.
+struct Input {
+  const Shot& shot;
+  const cv::Mat* pos;
+  const cv::Mat* chroma;
+
+  // The matrix that has the shape of the lighted grid.
+  const cv::Mat& lighted() const { return chroma != nullptr ? chroma[1] : pos[1]; }
+};
+
+int32_t CheckShot(const Shot& shot) {
+  if (shot.image.channels() == 3) {
+    return Fail(403, "LedMeter::CheckInput--Error :: multi channels");
+  }
+  return Shot::Check(kShotChecks, &shot);
+}
+
+int32_t CheckMatrices(const Input& input) {
+  for (const cv::Mat* pair : {input.pos, input.chroma}) {
+    if (pair != nullptr && (pair[0].empty() || pair[1].empty())) {
+      return Fail(5, "LedMeter::CheckInput--Error :: inpute empty.");
+    }
+  }
+  const PatternRecord& pattern = *input.shot.pattern;
+  if (input.pos != nullptr && input.chroma != nullptr &&
+      (!SameSize(input.chroma[1], input.pos[1]) ||
+       !HasSize(input.chroma[1], pattern.lighted_led_h, pattern.lighted_led_w))) {
+    return FailLighted();
+  }
+  return 0;
+}
+
+// Whether a started record goes on with this input.
+int32_t CheckSameSet(const LedMeter& meter, const Input& input) {
+  if ((input.pos == nullptr) != meter.pos.empty() ||
+      (input.chroma == nullptr) != meter.chroma.empty()) {
+    return Fail(404, "LedMeter::CheckInput--Error :: mismatch sequance.");
+  }
+  const Shot& shot = input.shot;
+  // The matrices are the caller's to change, so that they are asked, not trusted.
+  const auto holds = [&part = *shot.part](const cv::Mat& mat, int type) {
+    return IsPlane(mat, type, part.h, part.w);
+  };
+  if (meter.color != *shot.color || meter.type != shot.type || !holds(meter.state, CV_8UC1) ||
+      (input.pos != nullptr && !holds(meter.pos, CV_32FC2)) ||
+      (input.chroma != nullptr && !holds(meter.chroma, CV_32FC1)) ||
+      !IsPlane(meter.added, CV_8UC1, shot.pattern->interval_y, shot.pattern->interval_x)) {
+    return Fail(102, "LedMeter::CheckInput--Error :: data not in same set.");
+  }
+  return 0;
+}
+
+// Whether a record of this partition and pattern can be made.
+int32_t CheckSizes(const Shot& shot) {
+  const PartRecord& part = *shot.part;
+  const PatternRecord& pattern = *shot.pattern;
+  if (part.w < 1 || part.h < 1 || int64_t{part.w} * part.h > kMaxLeds ||
+      int64_t{pattern.interval_x} * pattern.interval_y > kMaxLeds) {
+    return Fail(9, "LedMeter::CheckInput--Error :: partition or pattern interval size.");
+  }
+  return 0;
+}
+
+// Whether `count` LEDs, `interval` apart from `location` on, stay within `size`.
+bool GridFits(int32_t location, int32_t interval, int32_t count, int32_t size) {
+  return 0 <= location && location < interval &&
+         location + (int64_t{count} - 1) * interval < int64_t{size};
+}
+
+// Whether the values can be copied as they are, to LEDs that exist.
+int32_t CheckCopy(const Input& input) {
+  if ((input.pos != nullptr && input.pos[1].type() != CV_32FC2) ||
+      (input.chroma != nullptr &&
+       (input.chroma[0].type() != CV_8UC1 || input.chroma[1].type() != CV_32FC1))) {
+    return Fail(9, "LedMeter::CheckInput--Error :: input matrix type.");
+  }
+  if (input.chroma != nullptr && !SameSize(input.chroma[0], input.chroma[1])) {
+    return FailLighted();
+  }
+  const PatternRecord& pattern = *input.shot.pattern;
+  const PartRecord& part = *input.shot.part;
+  const cv::Mat& lighted = input.lighted();
+  if (lighted.dims != 2 || !GridFits(pattern.loc_x, pattern.interval_x, lighted.cols, part.w) ||
+      !GridFits(pattern.loc_y, pattern.interval_y, lighted.rows, part.h)) {
+    return FailLighted();
+  }
+  return 0;
+}
+
+template <class Record>
+std::unique_ptr<Record> Copy(const std::unique_ptr<Record>& record) {
+  return record == nullptr ? nullptr : std::make_unique<Record>(*record);
+}
+
+// The record that the first shot begins. What has no input keeps the matrix of `before`.
+LedMeter Begin(const LedMeter& before, const Input& input) {
+  const Shot& shot = input.shot;
+  const cv::Size size(shot.part->w, shot.part->h);
+  LedMeter meter;
+  meter.part = Copy(shot.part);
+  meter.layer = Copy(shot.layer);
+  meter.panel = Copy(shot.panel);
+  meter.capture = Copy(shot.capture);
+  meter.color = *shot.color;
+  meter.type = shot.type;
+  meter.state = cv::Mat::zeros(size, CV_8UC1);
+  meter.pos = input.pos != nullptr ? cv::Mat(cv::Mat::zeros(size, CV_32FC2)) : before.pos;
+  meter.chroma = input.chroma != nullptr ? cv::Mat(cv::Mat::zeros(size, CV_32FC1)) : before.chroma;
+  meter.added = cv::Mat::ones(shot.pattern->interval_y, shot.pattern->interval_x, CV_8UC1);
+  return meter;
+}
+
+// Copies `values`, one element a lighted LED, to the LEDs of `plane`.
+void Scatter(const cv::Mat& values, const PatternRecord& pattern, cv::Mat& plane) {
+  for (int row = 0; row < values.rows; ++row) {
+    for (int col = 0; col < values.cols; ++col) {
+      std::memcpy(plane.ptr(pattern.loc_y + row * pattern.interval_y,
+                            pattern.loc_x + col * pattern.interval_x),
+                  values.ptr(row, col), values.elemSize());
+    }
+  }
+}
+
+}  // namespace
+
+int32_t LedMeter::CheckInput(const Shot* shot, const cv::Mat* pos_input,
+                             const cv::Mat* chroma_input) {
+  if (shot == nullptr || (pos_input == nullptr && chroma_input == nullptr)) {
+    return FailNull();
+  }
+  const Input input = {*shot, pos_input, chroma_input};
+  const bool first = added.empty();
+  int32_t status = CheckShot(*shot);
+  if (status == 0) {
+    status = CheckMatrices(input);
+  }
+  if (status == 0 && shot->part == nullptr) {  // which no check of the shot asks for
+    status = Fail(9, "LedMeter::CheckInput--Error :: part meta info incompleted.");
+  }
+  if (status == 0) {
+    status = first ? CheckSizes(*shot) : CheckSameSet(*this, input);
+  }
+  if (status == 0) {
+    status = CheckCopy(input);
+  }
+  if (status != 0) {
+    return status;
+  }
+  if (first) {
+    *this = Begin(*this, input);
+  }
+  uint8_t& location = added.at<uint8_t>(shot->pattern->loc_y, shot->pattern->loc_x);
+  if (location == 0) {
+    return Fail(401, "LedMeter::CheckInput--Error :: data has added.");
+  }
+  location = 0;
+  return 0;
+}
+
+int32_t LedMeter::Add(const Shot* shot, const cv::Mat* pos_input, const cv::Mat* chroma_input) {
+  PellixInfo("LedMeter::Add");
+  if (chroma_input == nullptr) {
+    return FailNull();
+  }
+  if (const int32_t status = CheckInput(shot, pos_input, chroma_input); status != 0) {
+    return status;
+  }
+  const PatternRecord& pattern = *shot->pattern;
+  Scatter(chroma_input[0], pattern, state);
+  Scatter(chroma_input[1], pattern, chroma);
+  if (pos_input != nullptr) {
+    Scatter(pos_input[1], pattern, pos);
+  }
+  return 0;
+}
+
+}  // namespace multilayer

@@ -1,0 +1,191 @@
+// Operations on a complete measurement: repair, alignment, averaging, a picture of the positions.
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+#include <optional>
+#include <strings.h>
+#include <utility>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "multilayer/io/fail.h"
+#include "multilayer/meter/led_meter.h"
+#include "pellix/pellix.h"
+
+namespace multilayer {
+namespace {
+
+bool IsPlane(const cv::Mat& mat, int type) { return mat.type() == type && mat.dims == 2; }
+
+void Scale(cv::Mat& plane, float factor) {
+  for (int row = 0; row < plane.rows; ++row) {
+    float* values = plane.ptr<float>(row);
+    std::transform(values, values + plane.cols, values,
+                   [factor](float value) { return value * factor; });
+  }
+}
+
+float TargetOf(int32_t type, const float* target) {
+  return type == CIE_X ? target[0] : type == CIE_Y ? target[1] : target[2];
+}
+
+// A plain sum in double: the matrix library's own mean adds in the order of its vector units.
+double MeanOf(const cv::Mat& plane) {
+  double sum = 0;
+  for (int row = 0; row < plane.rows; ++row) {
+    const float* values = plane.ptr<float>(row);
+    sum = std::accumulate(values, values + plane.cols, sum);
+  }
+  return sum / static_cast<double>(plane.total());
+}
+
+// The mean over the LEDs within radius + 0.5 of (x, y), in single precision; none if the disc
+// leaves the partition or holds no LED. It may reach one row and column beyond the last: what lies
+// there does not count.
+std::optional<float> MeanOfDisc(const cv::Mat& plane, int64_t x, int64_t y, int64_t radius) {
+  if (x - radius < 0 || x + radius > plane.cols || y - radius < 0 || y + radius > plane.rows) {
+    return std::nullopt;
+  }
+  float sum = 0;
+  int64_t count = 0;
+  for (int64_t row = y - radius; row <= std::min(y + radius, plane.rows - int64_t{1}); ++row) {
+    const float* values = plane.ptr<float>(static_cast<int>(row));
+    for (int64_t col = x - radius; col <= std::min(x + radius, plane.cols - int64_t{1}); ++col) {
+      const int64_t dx = col - x;
+      const int64_t dy = row - y;
+      // sqrt(dx * dx + dy * dy) < radius + 0.5, in whole numbers.
+      if (dx * dx + dy * dy <= radius * (radius + 1)) {
+        sum += values[col];
+        ++count;
+      }
+    }
+  }
+  return count > 0 ? std::optional(sum / static_cast<float>(count)) : std::nullopt;
+}
+
+// Its writer throws at 8-bit values for OpenEXR, which holds none.
+bool CanWriteImage(const std::string& fullname) {
+  return cv::haveImageWriter(fullname) &&
+         strncasecmp(std::strrchr(fullname.c_str(), '.'), ".exr", 4) != 0;
+}
+
+// Whether `next` can be averaged with `first`.
+int32_t CheckMean(const LedMeter& first, const LedMeter& next) {
+  if (next.color != first.color) {
+    return Fail(9, "LedMeter::MeterMean--Error files are not in same color");
+  }
+  if (next.type != first.type) {
+    return Fail(9, "LedMeter::MeterMean--Error files are not in same type");
+  }
+  if (!IsPlane(next.chroma, CV_32FC1)) {
+    return Fail(9, "LedMeter::MeterMean--Error chroma is not a matrix of 32-bit floats");
+  }
+  if (next.chroma.size() != first.chroma.size()) {
+    return Fail(9, "LedMeter::MeterMean--Error files are not in same size");
+  }
+  return 0;
+}
+
+}  // namespace
+
+int32_t LedMeter::FixDeadPoint() {
+  PellixInfo("LedMeter::FixDeadPoint");
+  if (chroma.empty()) {
+    return Fail(5, "LedMeter::Align--Error :: chroma empty");  // the one text of both operations
+  }
+  if (!IsPlane(chroma, CV_32FC1) || !IsPlane(state, CV_8UC1) || state.size() != chroma.size()) {
+    return Fail(9, "LedMeter::FixDeadPoint--Error :: chroma and state are no planes of one size");
+  }
+  cv::Mat median;
+  cv::medianBlur(chroma, median, 3);
+  for (int row = 0; row < chroma.rows; ++row) {
+    for (int col = 0; col < chroma.cols; ++col) {
+      if ((state.at<uint8_t>(row, col) & LED_DEAD) != 0) {
+        chroma.at<float>(row, col) = median.at<float>(row, col);
+      }
+    }
+  }
+  return 0;
+}
+
+int32_t LedMeter::Align(const float* target, const int32_t* point, const int32_t* radius) {
+  PellixInfo("LedMeter::Align");
+  if (chroma.empty()) {
+    return Fail(5, "LedMeter::Align--Error :: chroma empty");
+  }
+  if (target == nullptr) {
+    return Fail(1, "LedMeter::Align--Error :: input nullptr.");
+  }
+  if (!IsPlane(chroma, CV_32FC1)) {
+    return Fail(9, "LedMeter::Align--Error :: chroma is not a matrix of 32-bit floats");
+  }
+  const float wanted = TargetOf(type, target);
+  float factor = 0;
+  if (point != nullptr && radius != nullptr) {
+    const std::optional<float> mean = MeanOfDisc(chroma, point[0], point[1], *radius);
+    if (!mean) {
+      return Fail(405, "LedMeter::Align--Error :: in_point or in_radius is invalid");
+    }
+    factor = wanted / *mean;
+  } else {
+    factor = static_cast<float>(static_cast<double>(wanted) / MeanOf(chroma));
+  }
+  Scale(chroma, factor);
+  return 0;
+}
+
+int32_t LedMeter::ExportPointImage(const std::string& fullname) const {
+  PellixInfo("LedMeter::ExportPointImage");
+  if (pos.empty()) {
+    return Fail(5, "LedMeter::ExportPointImage--Error :: empty");
+  }
+  if (!IsPlane(pos, CV_32FC2)) {
+    return Fail(9, "LedMeter::ExportPointImage--Error :: pos is not a matrix of points");
+  }
+  cv::Mat image;
+  cv::extractChannel(pos, image, 0);
+  cv::normalize(image, image, 255, 0, cv::NORM_INF, CV_8U);
+  if (!CanWriteImage(fullname) || !cv::imwrite(fullname, image)) {
+    return Fail(4, "LedMeter::ExportPointImage -- Failed to write image. fullname = %s",
+                fullname.c_str());
+  }
+  return 0;
+}
+
+int32_t LedMeter::MeterMean(const std::vector<std::string>& fullnames, int32_t count,
+                            const std::string& output) {
+  if (fullnames.empty() || static_cast<int64_t>(fullnames.size()) != count) {
+    return Fail(471, "LedMeter::MeterMean--Error in file num");
+  }
+  LedMeter mean;
+  for (const std::string& fullname : fullnames) {
+    if (fullname.empty()) {
+      return 1;
+    }
+    // Made anew for each file: loading into the file before would hold three records at a time.
+    LedMeter next;
+    if (const int32_t status = next.Load(fullname); status != 0) {
+      return status;
+    }
+    const bool first = mean.chroma.empty();
+    if (const int32_t status = CheckMean(first ? next : mean, next); status != 0) {
+      return status;
+    }
+    if (first) {
+      mean = std::move(next);
+    } else {
+      cv::add(mean.chroma, next.chroma, mean.chroma);
+    }
+  }
+  const double share = 1.0 / count;
+  const auto scaled = [share](float sum) {
+    return static_cast<float>(static_cast<double>(sum) * share);
+  };
+  float* values = mean.chroma.ptr<float>();  // continuous, as read
+  std::transform(values, values + mean.chroma.total(), values, scaled);
+  return mean.Save(output);
+}
+
+}  // namespace multilayer

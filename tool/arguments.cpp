@@ -1,0 +1,55 @@
+// Names and numbers, checked before any file is opened.
+#include "tool/arguments.h"
+
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+#include "multilayer/io/container.h"
+#include "tool/error.h"
+
+namespace multilayer::tool {
+
+CLI::Validator EndsWith(std::initializer_list<const char*> extensions) {
+  const std::vector<std::string> allowed(extensions.begin(), extensions.end());
+  const auto check = [allowed](const std::string& name) {
+    std::string rule;
+    for (const std::string& extension : allowed) {
+      if (HasExtension(name, extension) == 0) {
+        return std::string();
+      }
+      rule += (rule.empty() ? "" : " or ") + extension;
+    }
+    return name + " must end with " + rule;
+  };
+  return {check, ""};
+}
+
+std::vector<double> Numbers(const std::string& option, const std::string& text, size_t count) {
+  std::vector<double> numbers;
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (true) {
+    double number = 0;
+    const auto [next, error] = std::from_chars(at, end, number);
+    if (error != std::errc() || !std::isfinite(number)) {
+      break;
+    }
+    numbers.push_back(number);
+    if (next == end && numbers.size() == count) {
+      return numbers;
+    }
+    if (next == end || *next != ',') {
+      break;
+    }
+    at = next + 1;
+  }
+  RefuseOption(option, text,
+               "be " + std::to_string(count) + (count == 1 ? " number" : " numbers, with commas"));
+}
+
+void RefuseOption(const std::string& option, const std::string& value, const std::string& rule) {
+  throw Failure(Exit::kWrongCall, option + " is " + value + ": must " + rule);
+}
+
+}  // namespace multilayer::tool

@@ -1,0 +1,128 @@
+// `multilayer compute-chroma`: a single-layer chroma set from X, Y and Z of each primary.
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <opencv2/core.hpp>
+
+#include "multilayer/coeff/chroma_coeff.h"
+#include "multilayer/color/chroma.h"
+#include "tool/arguments.h"
+#include "tool/commands.h"
+#include "tool/error.h"
+#include "tool/files.h"
+#include "tool/primaries.h"
+#include "tool/sets.h"
+
+namespace multilayer::tool {
+namespace {
+
+constexpr std::array<const char*, 4> kTargets = {"--red", "--green", "--blue", "--white"};
+
+struct ComputeChromaOptions {
+  std::vector<std::string> files;
+  std::array<std::string, 4> targets;
+  std::string weights = "1,1,1,1,1,1,1,1,1,1,1,1";
+  std::string output;
+};
+
+std::array<float, 12> Targets(const std::array<std::string, 4>& texts) {
+  std::array<float, 12> targets = {};
+  for (size_t i = 0; i < texts.size(); ++i) {
+    const std::vector<double> target = Numbers(kTargets[i], texts[i], 3);
+    if (!(target[0] > 0 && target[1] >= 0 && target[2] > 0 && target[1] + target[2] <= 1)) {
+      RefuseOption(kTargets[i], texts[i],
+                   "be a luminance above 0 and a chromaticity: x from 0, y above 0, x + y up to 1");
+    }
+    std::copy(target.begin(), target.end(), targets.begin() + static_cast<std::ptrdiff_t>(3 * i));
+  }
+  return targets;
+}
+
+cv::Mat Weights(const std::string& text) {
+  const std::vector<double> weights = Numbers("--weights", text, 12);
+  for (const double weight : weights) {
+    if (weight < 0) {
+      RefuseOption("--weights", text, "be 0 or more, each");
+    }
+  }
+  cv::Mat matrix;
+  cv::Mat(weights).reshape(1, 4).convertTo(matrix, CV_32F);
+  return matrix;
+}
+
+std::array<ChromaXYZ, 3> Bundle(const simulation::MeasuredPrimaries& measured,
+                                const std::string& output) {
+  std::array<ChromaXYZ, 3> bundles;
+  for (size_t colour = 0; colour < bundles.size(); ++colour) {
+    const auto& planes = measured[colour];
+    const LedMeter* z = planes[2].chroma.empty() ? nullptr : &planes[2];
+    RequireDone(bundles[colour].Combine(&planes[0], &planes[1], z), output);
+  }
+  return bundles;
+}
+
+int CountUnfitted(const ChromaCoeff& set) {
+  cv::Mat zeros(set.coef[0].size(), CV_8UC1, cv::Scalar(255));
+  for (const cv::Mat& plane : set.coef) {
+    zeros &= plane == 0;
+  }
+  return cv::countNonZero(zeros);
+}
+
+void RunComputeChroma(const ComputeChromaOptions& options) {
+  const std::array<float, 12> targets = Targets(options.targets);
+  ChromaCoeff set;
+  RequireDone(set.SetPara(Weights(options.weights), 0, 0, 0), options.output);
+  const simulation::MeasuredPrimaries measured = LoadPrimaries(options.files, Planes::kAll);
+  const std::array<ChromaXYZ, 3> bundles = Bundle(measured, options.output);
+  RequireDone(set.Compute(targets.data(), bundles[0], bundles[1], bundles[2], *measured[0][1].part),
+              options.output);
+  SaveSet(options.output, set);
+  PrintOut(options.output + ": " + TextOf(set.part) + ", " + std::to_string(CountUnfitted(set)) +
+           " of them zeros: no mixture was found\n\n" + PlaneTable(RequireSound(options.output)));
+}
+
+}  // namespace
+
+Subcommand AddComputeChroma(CLI::App& app) {
+  CLI::App* compute = app.add_subcommand(
+      "compute-chroma", "Compute a chroma set: a 3 x 3 mixture of the primaries for every LED");
+  auto options = std::make_shared<ComputeChromaOptions>();
+  compute
+      ->add_option("files", options->files,
+                   "CIE X, Y and Z of red, green and blue at one level, nine files in any order; "
+                   "eight without Z of red")
+      ->required()
+      ->expected(8, 9)
+      ->check(EndsWith({".meter"}))
+      ->type_name("FILE.meter");
+  for (size_t i = 0; i < kTargets.size(); ++i) {
+    compute
+        ->add_option(kTargets[i], options->targets[i],
+                     std::string("Target of ") + (kTargets[i] + 2) +
+                         ": cd/m^2 at that level, CIE 1931 x and y")
+        ->required()
+        ->type_name("Y,x,y");
+  }
+  compute
+      ->add_option("--weights", options->weights,
+                   "How much the Y, x and y of red, of green, blue and white weigh in the fit")
+      ->capture_default_str()
+      ->type_name("12 NUMBERS");
+  compute->add_option("--output", options->output, "Where the set goes")
+      ->required()
+      ->check(EndsWith({kChroma}))
+      ->type_name("OUT.chromacoeff");
+  compute->footer(
+      "\"green from red\" is the share of the red primary in corrected green. An LED whose "
+      "primaries do\nnot span the colours gets zeros.\n\nExample:\n"
+      "  multilayer compute-chroma demo/p00_{red,green,blue}_{x,y,z}_255.meter --red "
+      "220,0.68,0.31 \\\n    --green 540,0.21,0.70 --blue 55,0.14,0.06 --white 815,0.3127,0.3290 "
+      "--output p00.chromacoeff");
+  return {compute, [options] { RunComputeChroma(*options); }};
+}
+
+}  // namespace multilayer::tool

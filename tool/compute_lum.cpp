@@ -1,0 +1,73 @@
+// `multilayer compute-lum`: a single-layer luminance set from one measurement of each primary.
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "multilayer/coeff/lum_coeff.h"
+#include "tool/arguments.h"
+#include "tool/commands.h"
+#include "tool/error.h"
+#include "tool/files.h"
+#include "tool/primaries.h"
+#include "tool/sets.h"
+
+namespace multilayer::tool {
+namespace {
+
+struct ComputeLumOptions {
+  std::vector<std::string> files;
+  std::string luminance;
+  std::string output;
+};
+
+void RunComputeLum(const ComputeLumOptions& options) {
+  const std::vector<double> luminance = Numbers("--luminance", options.luminance, 3);
+  std::array<float, 9> init_y = {};
+  for (size_t colour = 0; colour < luminance.size(); ++colour) {
+    if (!(luminance[colour] > 0)) {
+      RefuseOption("--luminance", options.luminance, "be above 0");
+    }
+    init_y[3 * colour] = static_cast<float>(luminance[colour]);
+  }
+  const simulation::MeasuredPrimaries measured = LoadPrimaries(options.files, Planes::kLuminance);
+  LumCoeff set;
+  RequireDone(set.Compute(init_y.data(), &measured[0][1], &measured[1][1], &measured[2][1]),
+              options.output);
+  SaveSet(options.output, set);
+  PrintOut(options.output + ": " + TextOf(set.part) + "\n\n" +
+           PlaneTable(RequireSound(options.output)));
+}
+
+}  // namespace
+
+Subcommand AddComputeLum(CLI::App& app) {
+  CLI::App* compute =
+      app.add_subcommand("compute-lum", "Compute a luminance set from one level of a partition");
+  auto options = std::make_shared<ComputeLumOptions>();
+  compute
+      ->add_option("files", options->files,
+                   "CIE Y of red, green and blue at one level, in any order")
+      ->required()
+      ->expected(3)
+      ->check(EndsWith({".meter"}))
+      ->type_name("FILE.meter");
+  compute
+      ->add_option("--luminance", options->luminance,
+                   "What every LED is to have at that level, cd/m^2")
+      ->required()
+      ->type_name("R,G,B");
+  compute->add_option("--output", options->output, "Where the set goes")
+      ->required()
+      ->check(EndsWith({kLum}))
+      ->type_name("OUT.lumcoeff");
+  compute->footer(
+      "factor = luminance / measured. An LED that measured 0 gets a factor that is not finite: "
+      "repair\nthe measurements first. Give all partitions of a wall the same luminance, or their "
+      "seams show.\n\nExample:\n"
+      "  multilayer compute-lum demo/p00_{red,green,blue}_255.meter --luminance 230,560,60 "
+      "--output p00.lumcoeff");
+  return {compute, [options] { RunComputeLum(*options); }};
+}
+
+}  // namespace multilayer::tool

@@ -1,0 +1,51 @@
+// `multilayer repair`: values for LEDs that could not be measured, from their neighbours.
+#include <memory>
+#include <string>
+
+#include <opencv2/core.hpp>
+
+#include "multilayer/meter/led_meter.h"
+#include "tool/arguments.h"
+#include "tool/commands.h"
+#include "tool/error.h"
+#include "tool/files.h"
+
+namespace multilayer::tool {
+namespace {
+
+struct RepairOptions {
+  std::string file;
+  std::string output;
+};
+
+void RunRepair(const RepairOptions& options) {
+  LedMeter meter = LoadMeter(options.file);
+  RequireDone(meter.FixDeadPoint(), options.file);
+  SaveMeter(options.output, meter);
+  PrintOut(options.output + ": " +
+           std::to_string(cv::countNonZero(meter.state & cv::Scalar(LED_DEAD))) + " of " +
+           std::to_string(meter.state.total()) + " LEDs repaired\n");
+}
+
+}  // namespace
+
+Subcommand AddRepair(CLI::App& app) {
+  CLI::App* repair = app.add_subcommand(
+      "repair", "Give the dead LEDs of a measurement the median of their neighbourhood");
+  auto options = std::make_shared<RepairOptions>();
+  repair->add_option("file", options->file, "The measurement")
+      ->required()
+      ->check(EndsWith({".meter"}))
+      ->type_name("FILE.meter");
+  repair->add_option("--output", options->output, "Where it goes; may be the same file")
+      ->required()
+      ->check(EndsWith({".meter"}))
+      ->type_name("OUT.meter");
+  repair->footer(
+      "Dead is an LED whose state has bit 0 set; it stays marked. Its value becomes the median of\n"
+      "the 3 x 3 LEDs around it, dead ones included.\n\nExample:\n"
+      "  multilayer repair demo/p00_red_255.meter --output repaired.meter");
+  return {repair, [options] { RunRepair(*options); }};
+}
+
+}  // namespace multilayer::tool
