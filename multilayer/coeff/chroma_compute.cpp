@@ -5,6 +5,7 @@
 #include "multilayer/coeff/chroma_kernel.h"
 #include "multilayer/coeff/coeff_set.h"
 #include "multilayer/io/fail.h"
+#include "multilayer/io/renew.h"
 #include "pellix/pellix.h"
 
 namespace multilayer {
@@ -22,16 +23,6 @@ int32_t CheckBundles(const ChromaXYZ& r, const ChromaXYZ& g, const ChromaXYZ& b)
     return Fail(9, "ChromaCoeff::Compute--Error :: sizes of red, green and blue differ.");
   }
   return 0;
-}
-
-// A plane to be filled: the one that is there if nobody else holds its elements, so that the pages
-// of memory it has need not be fetched anew.
-void Renew(cv::Mat& plane, cv::Size size) {
-  const bool own =
-      plane.u != nullptr && plane.u->refcount == 1 && plane.isContinuous() && !plane.isSubmatrix();
-  if (!own || plane.type() != CV_32FC1 || plane.size() != size) {
-    plane = cv::Mat(size, CV_32FC1);
-  }
 }
 
 }  // namespace
@@ -52,7 +43,7 @@ int32_t ChromaCoeff::Compute(const float* targets, const ChromaXYZ& r, const Chr
   part = p;
   const cv::Size size = r.X.size();
   for (cv::Mat& plane : coef) {
-    Renew(plane, size);
+    Renew(plane, size, CV_32FC1);
     if (!reached.determined) {
       plane.setTo(0.0);
     }
