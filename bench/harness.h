@@ -21,11 +21,13 @@ class Medians : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.aggregate_name == "median") {
-        seconds_[run.run_name.function_name] = run.cpu_accumulated_time;
+        seconds_[run.run_name.function_name] =
+            run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
       }
     }
     ConsoleReporter::ReportRuns(runs);
   }
+  double Seconds(const std::string& name) { return seconds_[name]; }
   double Ratio(const std::string& a, const std::string& b) { return seconds_[a] / seconds_[b]; }
 
  private:

@@ -3,8 +3,11 @@
 
 #include "multilayer/coeff/chroma_coeff.h"
 #include "multilayer/coeff/chroma_kernel.h"
+#include "multilayer/coeff/chroma_targets.h"
 #include "multilayer/coeff/coeff_set.h"
+#include "multilayer/cpu/instruction_set.h"
 #include "multilayer/io/fail.h"
+#include "multilayer/io/renew.h"
 #include "pellix/pellix.h"
 
 namespace multilayer {
@@ -22,16 +25,6 @@ int32_t CheckBundles(const ChromaXYZ& r, const ChromaXYZ& g, const ChromaXYZ& b)
     return Fail(9, "ChromaCoeff::Compute--Error :: sizes of red, green and blue differ.");
   }
   return 0;
-}
-
-// A plane to be filled: the one that is there if nobody else holds its elements, so that the pages
-// of memory it has need not be fetched anew.
-void Renew(cv::Mat& plane, cv::Size size) {
-  const bool own =
-      plane.u != nullptr && plane.u->refcount == 1 && plane.isContinuous() && !plane.isSubmatrix();
-  if (!own || plane.type() != CV_32FC1 || plane.size() != size) {
-    plane = cv::Mat(size, CV_32FC1);
-  }
 }
 
 }  // namespace
@@ -52,22 +45,29 @@ int32_t ChromaCoeff::Compute(const float* targets, const ChromaXYZ& r, const Chr
   part = p;
   const cv::Size size = r.X.size();
   for (cv::Mat& plane : coef) {
-    Renew(plane, size);
+    Renew(plane, size, CV_32FC1);
     if (!reached.determined) {
       plane.setTo(0.0);
     }
   }
-  for (int row = 0; row < size.height && reached.determined; ++row) {
-    ChromaRow leds;
-    size_t primary = 0;
-    for (const ChromaXYZ* bundle : {&r, &g, &b}) {
-      leds.primaries[primary++] = {bundle->X.ptr<float>(row), bundle->Y.ptr<float>(row),
-                                   bundle->Z.ptr<float>(row)};
+  if (!reached.determined) {
+    return 0;
+  }
+  const auto mix = ForInstructionSet(ChooseInstructionSet(),
+                                     []<InstructionSet kSet> { return &MixPrimaries<kSet>; });
+  for (int row = 0; row < size.height; ++row) {
+    ChromaRow leds = {};
+    leds.count = static_cast<size_t>(size.width);
+    const ChromaXYZ* const bundles[] = {&r, &g, &b};
+    for (size_t c = 0; c < 3; ++c) {
+      leds.primaries[c][0] = bundles[c]->X.ptr<float>(row);
+      leds.primaries[c][1] = bundles[c]->Y.ptr<float>(row);
+      leds.primaries[c][2] = bundles[c]->Z.ptr<float>(row);
     }
     for (size_t k = 0; k < coef.size(); ++k) {
       leds.shares[k] = coef[k].ptr<float>(row);
     }
-    MixPrimaries(reached, leds, static_cast<size_t>(size.width));
+    mix(reached, leds);
   }
   return 0;
 }

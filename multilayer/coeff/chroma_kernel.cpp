@@ -1,10 +1,13 @@
 // Written out, without a branch, so that the compiler takes several LEDs at a time.
 #include "multilayer/coeff/chroma_kernel.h"
 
+#include "multilayer/cpu/kernel_target.h"
+
 namespace multilayer {
 
-void MixPrimaries(const ReachedColours& reached, const ChromaRow& row, size_t count) {
-  const auto [red, green, blue] = row.primaries;
+template <>
+void MixPrimaries<kKernelTarget>(const ReachedColours& reached, const ChromaRow& row) {
+  const auto& [red, green, blue] = row.primaries;
   const float* const red_x = red[0];
   const float* const red_y = red[1];
   const float* const red_z = red[2];
@@ -24,7 +27,8 @@ void MixPrimaries(const ReachedColours& reached, const ChromaRow& row, size_t co
   float* __restrict const out_7 = row.shares[7];
   float* __restrict const out_8 = row.shares[8];
   const auto [to_red, to_green, to_blue] = reached.primaries;
-  for (size_t i = 0; i < count; ++i) {
+  MULTILAYER_NO_OVERLAP
+  for (size_t i = 0; i < row.count; ++i) {
     // Sums are floats by definition.
     const double xr = red_x[i], yr = red_y[i], sr = red_x[i] + red_y[i] + red_z[i];
     const double xg = green_x[i], yg = green_y[i], sg = green_x[i] + green_y[i] + green_z[i];

@@ -2,6 +2,7 @@
 #include "multilayer/coeff/chroma_targets.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>

@@ -65,14 +65,15 @@ int32_t WhiteCoeff::Compute(const ChromaXYZ& w, const PartRecord& p) {
       *gain = cv::Mat(height, width, CV_32FC1, cv::Scalar(1.0));
     }
   }
-  TakeDifferences(w);
+  delta_xyz = {cv::Mat_<float>(height, width), cv::Mat_<float>(height, width),
+               cv::Mat_<float>(height, width)};
   singular_count = 0;
-  const WhiteMatrices matrices(rgb2xyz, rgb_xyz);
+  const WhiteMatrices matrices(rgb2xyz, rgb_xyz, ChooseInstructionSet());
   for (int row = 0; row < height; ++row) {
-    const WhiteRow leds = {
+    singular_count += matrices.AddIncrements(
+        w, target_white, {row, 0, static_cast<size_t>(width), 0},
         {delta_xyz.X.ptr<float>(row), delta_xyz.Y.ptr<float>(row), delta_xyz.Z.ptr<float>(row)},
-        {coef_r.ptr<float>(row), coef_g.ptr<float>(row), coef_b.ptr<float>(row)}};
-    singular_count += matrices.AddIncrements(leds, row, 0, static_cast<size_t>(width));
+        {coef_r.ptr<float>(row), coef_g.ptr<float>(row), coef_b.ptr<float>(row)});
   }
   return 0;
 }
@@ -113,13 +114,6 @@ int32_t WhiteCoeff::Bind(const ChromaXYZ& w, const PartRecord& p) {
     }
   }
   return 0;
-}
-
-void WhiteCoeff::TakeDifferences(const ChromaXYZ& w) {
-  delta_xyz = {};
-  cv::subtract(cv::Scalar(static_cast<double>(target_white[0])), w.X, delta_xyz.X);
-  cv::subtract(cv::Scalar(static_cast<double>(target_white[1])), w.Y, delta_xyz.Y);
-  cv::subtract(cv::Scalar(static_cast<double>(target_white[2])), w.Z, delta_xyz.Z);
 }
 
 }  // namespace multilayer

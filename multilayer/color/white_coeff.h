@@ -62,9 +62,6 @@ class WhiteCoeff {
   int32_t ToBuffer(uint8_t* buffer, uint64_t* size) const;
   int32_t FromBuffer(const uint8_t* buffer, uint64_t size);
   int32_t GetBufferSize(uint64_t* size) const;
-
- private:
-  void TakeDifferences(const ChromaXYZ& w);
 };
 
 }  // namespace multilayer

@@ -1,69 +1,99 @@
-// Cofactors instead of a general inverse: no branches but for singular matrices, nothing allocated.
+// Cofactors instead of a general inverse, nothing allocated, no branches: plain loops that the
+// compiler vectorises, in functions of their own so that it keeps the promise of no overlap.
 #include "multilayer/color/white_kernel.h"
+
+#include "multilayer/cpu/fetch.h"
+#include "multilayer/cpu/kernel_target.h"
 
 namespace multilayer {
 namespace {
 
-struct Doubles {
-  double x, y, z;
-};
-
-// Row `i` of the adjugate times d, over the determinant.
-double Increment(const std::array<double, 3>& row, const Doubles& d, double determinant) {
-  return (row[0] * d.x + row[1] * d.y + row[2] * d.z) / determinant;
+[[gnu::noinline]] void Subtract(float target, const float* __restrict measured,
+                                float* __restrict delta, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    delta[i] = target - measured[i];
+  }
 }
 
-float Rounded(float gain, double increment) {
-  return static_cast<float>(static_cast<double>(gain) + increment);
+// Row `row` of the adjugate times d, over the determinant.
+[[gnu::noinline]] void AddRow(const double (&row)[3], double determinant,
+                              const float* __restrict dx, const float* __restrict dy,
+                              const float* __restrict dz, float* __restrict gain, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    const double increment =
+        (row[0] * static_cast<double>(dx[i]) + row[1] * static_cast<double>(dy[i]) +
+         row[2] * static_cast<double>(dz[i])) /
+        determinant;
+    gain[i] = static_cast<float>(static_cast<double>(gain[i]) + increment);
+  }
+}
+
+// M^-1 = adjugate / determinant, in double from float entries, whose products are exact.
+[[gnu::noinline]] int32_t AddMeasured(const WhiteWork& work) {
+  const float* __restrict const px_r = work.primaries[0][0];
+  const float* __restrict const px_g = work.primaries[0][1];
+  const float* __restrict const px_b = work.primaries[0][2];
+  const float* __restrict const py_r = work.primaries[1][0];
+  const float* __restrict const py_g = work.primaries[1][1];
+  const float* __restrict const py_b = work.primaries[1][2];
+  const float* __restrict const pz_r = work.primaries[2][0];
+  const float* __restrict const pz_g = work.primaries[2][1];
+  const float* __restrict const pz_b = work.primaries[2][2];
+  const float* __restrict const delta_x = work.delta[0];
+  const float* __restrict const delta_y = work.delta[1];
+  const float* __restrict const delta_z = work.delta[2];
+  float* __restrict const gain_r = work.gain[0];
+  float* __restrict const gain_g = work.gain[1];
+  float* __restrict const gain_b = work.gain[2];
+  int32_t singular = 0;
+  MULTILAYER_NO_OVERLAP
+  for (size_t i = 0; i < work.count; ++i) {
+    const double xr = px_r[i], xg = px_g[i], xb = px_b[i];
+    const double yr = py_r[i], yg = py_g[i], yb = py_b[i];
+    const double zr = pz_r[i], zg = pz_g[i], zb = pz_b[i];
+    const double dx = delta_x[i], dy = delta_y[i], dz = delta_z[i];
+    // The adjugate: rows red, green, blue; columns X, Y, Z.
+    const double r_x = yg * zb - yb * zg, r_y = xb * zg - xg * zb, r_z = xg * yb - xb * yg;
+    const double g_x = yb * zr - yr * zb, g_y = xr * zb - xb * zr, g_z = xb * yr - xr * yb;
+    const double b_x = yr * zg - yg * zr, b_y = xg * zr - xr * zg, b_z = xr * yg - xg * yr;
+    const double det = xr * r_x + xg * g_x + xb * b_x;
+    const bool left_alone = static_cast<float>(det) == 0.0F;
+    const auto moved = [&](float gain, double x, double y, double z) {
+      const double increment = (x * dx + y * dy + z * dz) / det;
+      const auto rounded = static_cast<float>(static_cast<double>(gain) + increment);
+      return left_alone ? gain : rounded;
+    };
+    gain_r[i] = moved(gain_r[i], r_x, r_y, r_z);
+    gain_g[i] = moved(gain_g[i], g_x, g_y, g_z);
+    gain_b[i] = moved(gain_b[i], b_x, b_y, b_z);
+    singular += static_cast<int32_t>(left_alone);
+  }
+  return singular;
+}
+
+int32_t AddFixed(const WhiteWork& work) {
+  if (work.fixed->singular) {
+    return static_cast<int32_t>(work.count);
+  }
+  for (size_t c = 0; c < 3; ++c) {
+    AddRow(work.fixed->adjugate[c], work.fixed->determinant, work.delta[0], work.delta[1],
+           work.delta[2], work.gain[c], work.count);
+  }
+  return 0;
 }
 
 }  // namespace
 
-void AddIncrements(const Inverse3& inverse, const WhiteRow& row, size_t count) {
-  if (inverse.singular) {
-    return;
-  }
-  for (size_t i = 0; i < count; ++i) {
-    const Doubles d = {static_cast<double>(row.delta[0][i]), static_cast<double>(row.delta[1][i]),
-                       static_cast<double>(row.delta[2][i])};
-    for (size_t c = 0; c < 3; ++c) {
-      row.gain[c][i] =
-          Rounded(row.gain[c][i], Increment(inverse.adjugate[c], d, inverse.determinant));
+template <>
+int32_t AddIncrements<kKernelTarget>(const WhiteWork& work) {
+  for (size_t k = 0; k < 3; ++k) {
+    Subtract(work.target[k], work.measured[k], work.delta[k], work.count);
+    Fetch(work.measured[k] + work.count, work.next);
+    for (size_t c = 0; c < 3 && work.fixed == nullptr; ++c) {
+      Fetch(work.primaries[k][c] + work.count, work.next);
     }
   }
-}
-
-// Written out, without a branch, so that the compiler takes several LEDs at a time.
-int32_t AddIncrements(const PrimaryRows& primaries, const WhiteRow& row, size_t count) {
-  const auto& [x, y, z] = primaries;
-  const float* const xr = x[0];
-  const float* const xg = x[1];
-  const float* const xb = x[2];
-  const float* const yr = y[0];
-  const float* const yg = y[1];
-  const float* const yb = y[2];
-  const float* const zr = z[0];
-  const float* const zg = z[1];
-  const float* const zb = z[2];
-  const auto [dx, dy, dz] = row.delta;
-  float* __restrict const r = row.gain[0];
-  float* __restrict const g = row.gain[1];
-  float* __restrict const b = row.gain[2];
-  int32_t singular = 0;
-  for (size_t i = 0; i < count; ++i) {
-    const Inverse3 inverse({{{xr[i], xg[i], xb[i]}, {yr[i], yg[i], yb[i]}, {zr[i], zg[i], zb[i]}}});
-    const Doubles d = {static_cast<double>(dx[i]), static_cast<double>(dy[i]),
-                       static_cast<double>(dz[i])};
-    const auto moved = [&](float gain, size_t c) {
-      const float rounded = Rounded(gain, Increment(inverse.adjugate[c], d, inverse.determinant));
-      return inverse.singular ? gain : rounded;
-    };
-    r[i] = moved(r[i], 0);
-    g[i] = moved(g[i], 1);
-    b[i] = moved(b[i], 2);
-    singular += static_cast<int32_t>(inverse.singular);
-  }
-  return singular;
+  return work.fixed != nullptr ? AddFixed(work) : AddMeasured(work);
 }
 
 }  // namespace multilayer

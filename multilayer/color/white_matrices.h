@@ -12,19 +12,40 @@
 
 namespace multilayer {
 
+// Rows X, Y, Z; columns R, G, B.
+using Matrix3 = std::array<std::array<float, 3>, 3>;
+
+WhiteInverse InverseOf(const Matrix3& m);
+
+// LEDs `begin` .. `begin` + `count` of a row; `next` more follow in memory and come next.
+struct WhiteStretch {
+  int row;
+  size_t begin;
+  size_t count;
+  size_t next;
+};
+
 class WhiteMatrices {
  public:
   // `fixed`: CV_32FC1, 3 x 3, or empty to go by the planes of `primaries`, which must stay.
-  WhiteMatrices(const cv::Mat& fixed, const std::array<ChromaXYZ, 3>& primaries);
+  WhiteMatrices(const cv::Mat& fixed, const std::array<ChromaXYZ, 3>& primaries,
+                InstructionSet set);
 
-  // Adds the increments of `count` LEDs from column `begin` of `row` on; `leds` points to the first
-  // of them. Returns how many were singular and kept their gains.
-  int32_t AddIncrements(const WhiteRow& leds, int row, size_t begin, size_t count) const;
+  // Adds the increments that move the measured `white` to `target` (X, Y, Z). `delta` (X, Y, Z,
+  // out) and `gain` (R, G, B, in and out) point to the first LED of the stretch. Returns how many
+  // LEDs were singular and kept their gains.
+  int32_t AddIncrements(const ChromaXYZ& white, const float* target, const WhiteStretch& leds,
+                        const std::array<float*, 3>& delta,
+                        const std::array<float*, 3>& gain) const;
+
+  // Whether stretches may go on from row to row.
+  bool IsContinuous() const;
 
  private:
   bool fixed_;
-  Inverse3 inverse_;
+  WhiteInverse inverse_;
   const std::array<ChromaXYZ, 3>& primaries_;
+  int32_t (*add_)(const WhiteWork&);
 };
 
 }  // namespace multilayer

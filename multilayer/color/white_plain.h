@@ -4,7 +4,7 @@
 
 #include <array>
 
-#include "multilayer/color/white_kernel.h"
+#include "multilayer/color/white_matrices.h"
 
 namespace multilayer {
 

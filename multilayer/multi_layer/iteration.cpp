@@ -1,45 +1,31 @@
 // The luminance iteration: one captured layer at a time, on a wall that shows the current
 // coefficients.
 #include <algorithm>
+#include <array>
 
 #include <opencv2/core.hpp>
 
+#include "multilayer/cpu/instruction_set.h"
 #include "multilayer/io/fail.h"
 #include "multilayer/multi_layer/layer_walk.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
+#include "multilayer/multi_layer/step_layers.h"
 #include "pellix/pellix.h"
 
 namespace multilayer {
 namespace {
 
-// target / measured of one row; an LED that may not be used keeps 1 and is not read.
-void Factors(const LedMeter& meter, double target, int row, std::vector<float>& factors) {
-  const auto* measured = meter.chroma.ptr<float>(row);
-  const auto* state = meter.state.ptr<uint8_t>(row);
-  for (size_t i = 0; i < factors.size(); ++i) {
-    const bool usable = (state[i] & LED_USABLE) != 0;
-    factors[i] = usable ? static_cast<float>(target / static_cast<double>(measured[i])) : 1.0F;
-  }
-}
-
-// Corrects the layers of one colour, row by row, so that each is read and written once. `factors`
-// holds a row.
-void Refine(const LedMeter& meter, double target, bool first, const std::vector<int32_t>& layers,
-            int32_t capture_layers, std::vector<cv::Mat>& coefs, std::vector<float>& factors) {
-  const auto top = static_cast<size_t>(capture_layers) - 1;
-  for (int row = 0; row < meter.chroma.rows; ++row) {
-    Factors(meter, target, row, factors);
-    for (const int32_t layer : layers) {
-      auto* coef = coefs[static_cast<size_t>(layer)].ptr<float>(row);
-      for (size_t i = 0; i < factors.size(); ++i) {
-        coef[i] = first ? factors[i] : coef[i] * factors[i];
-      }
-    }
-    // Layers above the highest captured one follow it.
-    for (size_t k = top + 1; k < coefs.size(); ++k) {
-      std::copy_n(coefs[top].ptr<float>(row), factors.size(), coefs[k].ptr<float>(row));
-    }
-  }
+// Corrects the layers of one colour by target / measured, a tile at a time.
+void Refine(const LedMeter& meter, double target, InstructionSet set, StepLayers layers) {
+  const auto find = ForInstructionSet(set, []<InstructionSet kSet> { return &FindFactors<kSet>; });
+  const bool continuous =
+      meter.chroma.isContinuous() && meter.state.isContinuous() && layers.IsContinuous();
+  std::array<float, kStepTile> factors;
+  ForEachTile(meter.chroma.rows, meter.chroma.cols, continuous, [&](const Tile& tile) {
+    find({target, meter.chroma.ptr<float>(tile.row) + tile.begin,
+          meter.state.ptr<uint8_t>(tile.row) + tile.begin, factors.data(), tile.count, tile.next});
+    layers.Take(factors.data(), tile);
+  });
 }
 
 }  // namespace
@@ -61,7 +47,6 @@ int32_t MultiLayerCoeff::IterateCompute() {
   }
   const LedMeter* const meters[] = {input_r->front(), input_g->front(), input_b->front()};
   const std::vector<int32_t> layers = LayersOfStep(iterate_layer_order, iterate_count);
-  std::vector<float> factors(static_cast<size_t>(part_x_y_w_h.w));
   const bool first = iterate_count == 0;
   if (first) {
     MakeCoefs();
@@ -70,11 +55,14 @@ int32_t MultiLayerCoeff::IterateCompute() {
                 kName);
   }
   Unshare();
+  const InstructionSet set = ChooseInstructionSet();
   // The decrease is applied once: later steps are measured on a wall that shows it.
   for (size_t c = 0; c < 3; ++c) {
     const double share = first ? 1 - rgb_lum_dec_ratio[c] : 1.0;
     const double target = static_cast<double>(InitY[3 * c]) * share;
-    Refine(*meters[c], target, first, layers, capture_layer_num, *ColourLists()[c], factors);
+    Refine(*meters[c], target, set,
+           {*ColourLists()[c], layers, static_cast<size_t>(capture_layer_num),
+            first ? Fold::kSet : Fold::kMultiply, set});
   }
   ++iterate_count;
   return 0;

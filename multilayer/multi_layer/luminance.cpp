@@ -1,20 +1,21 @@
 // The luminance computation: mode, targets, and the Norm pass over the partition.
 #include <opencv2/core.hpp>
 
+#include "multilayer/cpu/instruction_set.h"
 #include "multilayer/io/fail.h"
+#include "multilayer/io/renew.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
-#include "multilayer/multi_layer/norm_kernel.h"
+#include "multilayer/multi_layer/norm_solver.h"
 #include "pellix/pellix.h"
 
 namespace multilayer {
 namespace {
 
-std::vector<cv::Mat> MakeList(int32_t count, cv::Size size, int type) {
-  std::vector<cv::Mat> list(static_cast<size_t>(count));
+void RenewAll(std::vector<cv::Mat>& list, int32_t count, cv::Size size, int type) {
+  list.resize(static_cast<size_t>(count));
   for (cv::Mat& mat : list) {
-    mat.create(size, type);
+    Renew(mat, size, type);
   }
-  return list;
 }
 
 // The matrices of one colour.
@@ -50,8 +51,7 @@ bool AllContinuous(const std::vector<LedMeter*>& meters) {
   return true;
 }
 
-void SolveColour(const NormColour& colour, const NormMatrices& matrices, cv::Size size) {
-  NormSolver solver(colour);
+void SolveColour(const NormMatrices& matrices, cv::Size size, NormSolver solver) {
   const bool whole = AllContinuous(matrices.meters);
   const int rows = whole ? 1 : size.height;
   const auto count = static_cast<size_t>(whole ? size.area() : size.width);
@@ -130,17 +130,23 @@ int32_t MultiLayerCoeff::ComputeNorm(const Meters& red, const Meters& green, con
   const Meters* const meters[] = {&red, &green, &blue};
   std::vector<cv::Mat>* const coefs[] = {&coef_r, &coef_g, &coef_b};
   const cv::Size size(part_x_y_w_h.w, part_x_y_w_h.h);
+  std::vector<cv::Mat> coef[3];
+  std::vector<cv::Mat> segments[3];
   for (size_t c = 0; c < 3; ++c) {
-    coefs[c]->clear();
-    response_segments[c].clear();
+    coef[c].swap(*coefs[c]);
+    segments[c].swap(response_segments[c]);
   }
   for (size_t c = 0; c < 3; ++c) {
-    std::vector<cv::Mat> coef = MakeList(coef_layer_num, size, CV_32FC1);
-    std::vector<cv::Mat> segments =
-        MakeList(keep_response_segments ? capture_layer_num : 0, size, CV_32FC2);
-    SolveColour(NormColourOf(*this, c), {*meters[c], coef, segments}, size);
-    *coefs[c] = std::move(coef);
-    response_segments[c] = std::move(segments);
+    RenewAll(coef[c], coef_layer_num, size, CV_32FC1);
+    RenewAll(segments[c], keep_response_segments ? capture_layer_num : 0, size, CV_32FC2);
+  }
+  const InstructionSet set = ChooseInstructionSet();
+  for (size_t c = 0; c < 3; ++c) {
+    SolveColour({*meters[c], coef[c], segments[c]}, size, NormSolver(NormColourOf(*this, c), set));
+  }
+  for (size_t c = 0; c < 3; ++c) {
+    coefs[c]->swap(coef[c]);
+    response_segments[c].swap(segments[c]);
   }
   return 0;
 }

@@ -16,6 +16,7 @@
 namespace multilayer {
 
 class WhiteCoeff;
+enum class Fold;
 
 // One calibration of one partition. Colours always stand in the order red, green, blue. Every
 // operation that can fail returns a status, 0 for success (multilayer/api/multilayer.h lists them),
@@ -227,7 +228,7 @@ class MultiLayerCoeff {
   std::array<std::vector<cv::Mat>*, 3> ColourLists();
   int32_t PrepareWhiteStep(const ChromaXYZ& white, const PartRecord& part, WhiteCoeff& step) const;
   int32_t TakeWhiteStep(const WhiteCoeff& step, const ChromaXYZ& white,
-                        const std::vector<int32_t>& layers, bool set, size_t captured);
+                        const std::vector<int32_t>& layers, Fold fold, size_t captured);
 
   bool setter_failed_ = false;  // the last setter: what is loaded afterwards is no parameter
 };

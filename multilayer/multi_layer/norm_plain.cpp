@@ -3,7 +3,7 @@
 
 #include <opencv2/core.hpp>
 
-#include "multilayer/multi_layer/norm_kernel.h"
+#include "multilayer/multi_layer/norm_solver.h"
 
 namespace multilayer {
 namespace {

@@ -1,62 +1,23 @@
 // The white computations: gains of one WhiteCoeff step, folded into the coefficient layers.
 #include <algorithm>
+#include <array>
+#include <functional>
 
 #include <opencv2/core.hpp>
 
 #include "multilayer/color/white_coeff.h"
 #include "multilayer/color/white_matrices.h"
+#include "multilayer/cpu/instruction_set.h"
 #include "multilayer/io/fail.h"
 #include "multilayer/multi_layer/layer_walk.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
+#include "multilayer/multi_layer/step_layers.h"
 #include "pellix/pellix.h"
 
 namespace multilayer {
 namespace {
 
 constexpr int32_t kRejected = 9;
-
-// LEDs that go through all layers together: their gains stay in the first-level cache.
-constexpr size_t kTile = 2048;
-
-// The gains of a tile from 1, and what made them.
-struct Tile {
-  std::array<std::array<float, kTile>, 3> gain;
-  std::array<std::array<float, kTile>, 3> difference;
-};
-
-struct Stretch {
-  int row;
-  size_t begin;
-  size_t count;
-};
-
-// The layers of one colour that a step changes.
-struct Layers {
-  std::vector<cv::Mat>& coefs;
-  const std::vector<int32_t>& corrected;
-  bool set;         // to the gain; otherwise gain - 1 is added
-  size_t captured;  // layers from this one on become copies of the one below it
-};
-
-// coefficient + (gain - 1): a gain of exactly 1 leaves every coefficient exactly as it was.
-void Fold(const float* gain, const Stretch& leds, const Layers& layers) {
-  const auto at = [&](size_t layer) {
-    return layers.coefs[layer].ptr<float>(leds.row) + leds.begin;
-  };
-  for (const int32_t layer : layers.corrected) {
-    float* const coef = at(static_cast<size_t>(layer));
-    if (layers.set) {
-      std::copy_n(gain, leds.count, coef);
-      continue;
-    }
-    for (size_t i = 0; i < leds.count; ++i) {
-      coef[i] = coef[i] + (gain[i] - 1.0F);
-    }
-  }
-  for (size_t k = layers.captured; k < layers.coefs.size(); ++k) {
-    std::copy_n(at(layers.captured - 1), leds.count, at(k));
-  }
-}
 
 }  // namespace
 
@@ -92,8 +53,8 @@ int32_t MultiLayerCoeff::ComputeWhite(const ChromaXYZ& white, const PartRecord& 
   }
   Unshare();
   const int32_t singular =
-      TakeWhiteStep(step, white, LayersOfStep(iterate_layer_order, iterate_count), first,
-                    static_cast<size_t>(capture_layer_num));
+      TakeWhiteStep(step, white, LayersOfStep(iterate_layer_order, iterate_count),
+                    first ? Fold::kSet : Fold::kAdd, static_cast<size_t>(capture_layer_num));
   singular_total =
       static_cast<int32_t>(static_cast<uint32_t>(singular_total) + static_cast<uint32_t>(singular));
   ++iterate_count;
@@ -128,7 +89,7 @@ int32_t MultiLayerCoeff::ComputeWhiteSingle(const ChromaXYZ& white, int32_t cur_
     return status;
   }
   Unshare();
-  TakeWhiteStep(step, white, {static_cast<int32_t>(layer)}, false, /*captured=*/SIZE_MAX);
+  TakeWhiteStep(step, white, {static_cast<int32_t>(layer)}, Fold::kAdd, /*captured=*/SIZE_MAX);
   return 0;
 }
 
@@ -147,36 +108,35 @@ int32_t MultiLayerCoeff::PrepareWhiteStep(const ChromaXYZ& white, const PartReco
   return step.Bind(white, part);
 }
 
-// One step of a fresh WhiteCoeff, whose gains are 1 + M^-1 (target - measured), a tile at a time,
-// so that every measurement is read once and every layer goes through the cache once. Returns how
-// many LEDs were singular.
+// One step of a fresh WhiteCoeff, whose gains are 1 + M^-1 (target - measured), a tile at a time.
+// Returns how many LEDs were singular.
 int32_t MultiLayerCoeff::TakeWhiteStep(const WhiteCoeff& step, const ChromaXYZ& white,
-                                       const std::vector<int32_t>& layers, bool set,
+                                       const std::vector<int32_t>& layers, Fold fold,
                                        size_t captured) {
-  const WhiteMatrices matrices(step.rgb2xyz, step.rgb_xyz);
-  const cv::Mat_<float>* const measured[] = {&white.X, &white.Y, &white.Z};
-  const auto width = static_cast<size_t>(white.X.cols);
+  const InstructionSet set = ChooseInstructionSet();
+  const WhiteMatrices matrices(step.rgb2xyz, step.rgb_xyz, set);
+  StepLayers folds[] = {{coef_r, layers, captured, fold, set},
+                        {coef_g, layers, captured, fold, set},
+                        {coef_b, layers, captured, fold, set}};
+  const bool continuous =
+      matrices.IsContinuous() && white.X.isContinuous() && white.Y.isContinuous() &&
+      white.Z.isContinuous() &&
+      std::all_of(std::begin(folds), std::end(folds), std::mem_fn(&StepLayers::IsContinuous));
+  std::array<std::array<float, kStepTile>, 3> delta;
+  std::array<std::array<float, kStepTile>, 3> gain;
   int32_t singular = 0;
-  Tile tile;
-  for (int row = 0; row < white.X.rows; ++row) {
-    for (size_t begin = 0; begin < width; begin += kTile) {
-      const Stretch leds = {row, begin, std::min(kTile, width - begin)};
-      WhiteRow pointers;
-      for (size_t c = 0; c < 3; ++c) {
-        const float* const from = measured[c]->ptr<float>(row) + begin;
-        for (size_t i = 0; i < leds.count; ++i) {
-          tile.difference[c][i] = target_white[c] - from[i];
-        }
-        tile.gain[c].fill(1.0F);
-        pointers.delta[c] = tile.difference[c].data();
-        pointers.gain[c] = tile.gain[c].data();
-      }
-      singular += matrices.AddIncrements(pointers, row, begin, leds.count);
-      for (size_t c = 0; c < 3; ++c) {
-        Fold(tile.gain[c].data(), leds, {*ColourLists()[c], layers, set, captured});
-      }
+  ForEachTile(white.X.rows, white.X.cols, continuous, [&](const Tile& tile) {
+    for (std::array<float, kStepTile>& gains : gain) {
+      gains.fill(1.0F);
     }
-  }
+    singular += matrices.AddIncrements(white, step.target_white,
+                                       {tile.row, tile.begin, tile.count, tile.next},
+                                       {delta[0].data(), delta[1].data(), delta[2].data()},
+                                       {gain[0].data(), gain[1].data(), gain[2].data()});
+    for (size_t c = 0; c < 3; ++c) {
+      folds[c].Take(gain[c].data(), tile);
+    }
+  });
   return singular;
 }
 

@@ -63,7 +63,7 @@ void ExpectNearMatrixLibrary(const Matrix3& entries, const std::array<float, 3>&
 void ExpectDefinedGains(const Matrix3& m, const std::array<float, 3>& delta,
                         const std::array<float, 3>& gains) {
   const std::array<double, 3> increments = WhitePlain(m, delta);
-  const bool singular = Inverse3(m).singular;
+  const bool singular = InverseOf(m).singular;
   for (size_t c = 0; c < 3; ++c) {
     const auto expected = static_cast<float>(1.0 + increments[c]);
     if (std::isnan(expected)) {

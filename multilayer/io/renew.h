@@ -1,0 +1,12 @@
+// Matrices that are computed anew.
+#pragma once
+
+#include <opencv2/core.hpp>
+
+namespace multilayer {
+
+// Makes `plane` a continuous matrix to be filled: the one that is there if it fits and nobody else
+// holds its elements, so that the pages of memory it has need not be fetched anew.
+void Renew(cv::Mat& plane, cv::Size size, int type);
+
+}  // namespace multilayer
