@@ -1,10 +1,9 @@
-// The Norm computation: closed forms, invariants, and the tiles against the plain definition.
+// The Norm computation: closed forms. norm_kernel_test.cpp holds the tiles to the plain definition.
 #include <cmath>
 #include <limits>
 
 #include <gmock/gmock.h>
 
-#include "multilayer/multi_layer/norm_plain.h"
 #include "tests/support/engines.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/meters.h"
@@ -17,7 +16,6 @@ using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 constexpr float kFullScale[3] = {100, 200, 50};
-constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 int32_t Compute(MultiLayerCoeff& engine, const MeterSet& set) {
@@ -72,6 +70,22 @@ TEST_F(Norm, AnIdealLedIsLoweredByTheRatioAlone) {
     }
   }
   EXPECT_EQ(engine_.input_r, nullptr) << "measurements are borrowed for the call only";
+}
+
+// Matrices are written over from one computation to the next, unless a host keeps one.
+TEST_F(Norm, ResultsThatAreHeldStay) {
+  ASSERT_EQ(parameters_.Set(engine_), 0);
+  const MeterSet set = MakeIdealSet({5, 3}, parameters_.Layers(), kFullScale);
+  ASSERT_EQ(Compute(engine_, set), 0);
+  const cv::Mat held = engine_.coef_r[0];
+  const uint8_t* free = engine_.coef_r[1].data;
+  for (LedMeter* meter : set.red) {
+    meter->chroma *= 2;
+  }
+  ASSERT_EQ(Compute(engine_, set), 0);
+  EXPECT_NEAR(held.at<float>(0, 0), 1, 1e-6);
+  EXPECT_NEAR(engine_.coef_r[0].at<float>(0, 0), 0.5, 1e-6);
+  EXPECT_EQ(engine_.coef_r[1].data, free);
 }
 
 // Twice as bright needs half the drive, on every segment and beyond the last.
@@ -190,119 +204,6 @@ TEST_F(Norm, NeedsParametersAndMoreThanOneLayer) {
               ElementsAre("MultiLayerCoeff::SetInput--Error ::  Input data size not same."));
   EXPECT_EQ(engine_.part_x_y_w_h.w, -1);
   EXPECT_EQ(engine_.Compute(&set.red, nullptr, &set.blue), 1);
-}
-
-// --- The tiles against the plain definition
-// --------------------------------------------------------
-
-// Measurements of every kind: mostly responses that rise, with noise, and every special value.
-MeterSet WildSet(cv::Size size, const std::vector<LayerRecord>& layers, uint64_t seed) {
-  MeterSet set = MakeIdealSet(size, layers, kFullScale);
-  cv::RNG random(seed);
-  const float special[] = {0.0F,   -0.0F, kNaN,  kInf,   -kInf,
-                           1e-44F, 1e38F, -1.0F, 1e-30F, std::numeric_limits<float>::max()};
-  for (const auto& meter : set.owned) {
-    for (int row = 0; row < size.height; ++row) {
-      for (int col = 0; col < size.width; ++col) {
-        auto& value = meter->chroma.at<float>(row, col);
-        value *= random.uniform(0.8F, 1.2F);
-        if (random.uniform(0, 40) == 0) {
-          value = special[random.uniform(0, 10)];
-        }
-        if (random.uniform(0, 60) == 0) {
-          meter->state.at<uint8_t>(row, col) = static_cast<uint8_t>(random.uniform(0, 256));
-        }
-      }
-    }
-  }
-  return set;
-}
-
-// The same elements in a matrix whose rows stand apart in memory.
-void MakeDiscontinuous(cv::Mat& matrix) {
-  cv::Mat wide(matrix.rows, matrix.cols + 3, matrix.type(), cv::Scalar(77));
-  cv::Mat region = wide.colRange(1, matrix.cols + 1);
-  matrix.copyTo(region);
-  matrix = region;
-}
-
-void ExpectSameAsPlain(const LumParameters& parameters, const MeterSet& set, bool keep) {
-  MultiLayerCoeff tiled;
-  MultiLayerCoeff plain;
-  tiled.keep_response_segments = keep;
-  ASSERT_EQ(parameters.Set(tiled), 0);
-  ASSERT_EQ(parameters.Set(plain), 0);
-  ASSERT_EQ(Compute(tiled, set), 0);
-  ASSERT_EQ(plain.SetInput(&set.red, &set.green, &set.blue), 0);
-  NormPlain(plain);
-  for (size_t c = 0; c < 3; ++c) {
-    for (size_t k = 0; k < Coefs(plain)[c]->size(); ++k) {
-      EXPECT_TRUE(SameBits((*Coefs(tiled)[c])[k], (*Coefs(plain)[c])[k])) << c << " " << k;
-    }
-    ASSERT_THAT(tiled.response_segments[c], SizeIs(keep ? set.red.size() : 0));
-    for (size_t l = 0; l < tiled.response_segments[c].size(); ++l) {
-      EXPECT_TRUE(SameBits(tiled.response_segments[c][l], plain.response_segments[c][l]));
-    }
-  }
-}
-
-TEST(NormTiles, GiveTheBitsOfThePlainDefinition) {
-  LumParameters parameters;
-  parameters.ratios = {0.1, 0.0, -0.3};
-  const std::vector<std::vector<int32_t>> captures = {
-      {100, 255}, {16, 32, 64, 128, 255}, {255, 128, 64}, {40, 40, 200}, {0, 100, 255}};
-  uint64_t seed = 1;
-  for (const std::vector<int32_t>& levels : captures) {
-    parameters.capture_layers = levels;
-    for (const int cols : {1, 3, 4, 7, 8, 15, 16, 17, 31, 33, 511, 512, 513, 1100}) {
-      SCOPED_TRACE(::testing::PrintToString(levels) + " x " + std::to_string(cols));
-      const MeterSet set = WildSet({cols, 2}, parameters.Layers(), ++seed);
-      ExpectSameAsPlain(parameters, set, cols % 2 == 0);
-    }
-  }
-}
-
-TEST(NormTiles, TakeRegionsOfLargerMatrices) {
-  LumParameters parameters;
-  MeterSet set = WildSet({37, 5}, parameters.Layers(), 99);
-  for (const auto& meter : set.owned) {
-    MakeDiscontinuous(meter->chroma);
-    MakeDiscontinuous(meter->state);
-  }
-  ASSERT_FALSE(set.red[0]->chroma.isContinuous());
-  ExpectSameAsPlain(parameters, set, true);
-}
-
-// Targets that no float holds exactly, infinite and NaN: ratios reach any value.
-TEST(NormTiles, AgreeOnExtremeTargets) {
-  const MeterSet set = WildSet({300, 1}, LumParameters().Layers(), 5);
-  for (const double ratio : {1.0, 1e300, -1e300, -1e40, 0.1, std::nan(""), 1 - 1e-60}) {
-    SCOPED_TRACE(ratio);
-    LumParameters parameters;
-    parameters.ratios = {ratio, ratio, ratio};
-    ExpectSameAsPlain(parameters, set, false);
-  }
-}
-
-// An LED's coefficient depends on its own measurements alone.
-TEST(NormTiles, PermutingLedsPermutesCoefficients) {
-  LumParameters parameters;
-  MultiLayerCoeff straight;
-  MultiLayerCoeff flipped;
-  ASSERT_EQ(parameters.Set(straight), 0);
-  ASSERT_EQ(parameters.Set(flipped), 0);
-  MeterSet set = WildSet({701, 3}, parameters.Layers(), 8);
-  ASSERT_EQ(Compute(straight, set), 0);
-  for (const auto& meter : set.owned) {
-    cv::flip(meter->chroma, meter->chroma, 1);
-    cv::flip(meter->state, meter->state, 1);
-  }
-  ASSERT_EQ(Compute(flipped, set), 0);
-  for (size_t k = 0; k < 6; ++k) {
-    cv::Mat back;
-    cv::flip(flipped.coef_b[k], back, 1);
-    EXPECT_TRUE(SameBits(straight.coef_b[k], back));
-  }
 }
 
 }  // namespace

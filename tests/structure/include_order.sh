@@ -14,8 +14,8 @@ fi
 find "$@" \( -name '*.h' -o -name '*.c' -o -name '*.cpp' \) -type f -exec awk '
 BEGIN {
   # From the ground floor up: a folder may include itself and those before it.
-  floors = split("pellix multilayer/io multilayer/shot multilayer/meter multilayer/color " \
-                 "multilayer/coeff multilayer/multi_layer multilayer/api simulation tool", house)
+  floors = split("pellix multilayer/io multilayer/cpu multilayer/shot multilayer/meter " \
+                 "multilayer/color multilayer/coeff multilayer/multi_layer multilayer/api simulation tool", house)
   for (i = 1; i <= floors; ++i) floor_of[house[i]] = i
   # Guests include the house and themselves, and nobody includes them.
   guests["bench"] = guests["tests"] = floors

@@ -1,40 +1,34 @@
-// A product and a sum round twice: compiled for a processor with fused multiply-add, and optimised.
+// A product and a sum round twice, under every instruction set, and optimised.
 #include <cmath>
 
 #include <gtest/gtest.h>
 
+#include "tests/structure/rounding_kernel.h"
+
+namespace multilayer::testing {
 namespace {
 
+// (1 + e)(1 - e) = 1 - e^2 rounds to 1 when e^2 is below half an ulp; fused, the e^2 survives.
 template <class Real>
-[[gnu::noinline]] Real MultiplySubtract(Real a, Real b, Real c) {
-  return a * b - c;
-}
-template <class Real>
-[[gnu::noinline]] Real SubtractProduct(Real a, Real b, Real c) {
-  return c - a * b;
-}
-
-// (1 + e)(1 - e) = 1 - e^2 rounds to 1 when e^2 is below half an ulp; fused, the e^2 survives. The
-// values are volatile, so that nothing is computed when this is compiled.
-template <class Real>
-void ExpectTwoRoundings(int half_precision) {
+void ExpectTwoRoundings(InstructionSet set, int half_precision) {
   const Real e = std::ldexp(Real{1}, -half_precision);
-  const volatile Real up = 1 + e;
-  const volatile Real down = 1 - e;
-  const volatile Real one = 1;
-  EXPECT_EQ(MultiplySubtract<Real>(up, down, one), 0);
-  EXPECT_EQ(SubtractProduct<Real>(up, down, one), 0);
-  EXPECT_EQ(std::fma<Real>(up, down, -one), -e * e);
+  const auto multiply = ForInstructionSet(set, []<InstructionSet kSet> {
+    return static_cast<Products<Real> (*)(Real, Real, Real)>(&Multiply<kSet>);
+  });
+  const Products<Real> products = multiply(1 + e, 1 - e, 1);
+  EXPECT_EQ(products.minus_c, 0) << NameOf(set);
+  EXPECT_EQ(products.from_c, 0) << NameOf(set);
+  EXPECT_EQ(std::fma(1 + e, 1 - e, Real{-1}), -e * e);
 }
 
 TEST(Rounding, MultiplyAddIsNotFused) {
-#if defined(__x86_64__)
-  if (!__builtin_cpu_supports("fma")) {
-    GTEST_SKIP() << "this processor has no fused multiply-add";
+  for (const InstructionSet set : kInstructionSets) {
+    if (IsAvailable(set)) {
+      ExpectTwoRoundings<float>(set, 13);
+      ExpectTwoRoundings<double>(set, 27);
+    }
   }
-#endif
-  ExpectTwoRoundings<float>(13);
-  ExpectTwoRoundings<double>(27);
 }
 
 }  // namespace
+}  // namespace multilayer::testing
