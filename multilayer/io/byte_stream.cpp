@@ -31,6 +31,15 @@ void ByteWriter::Bytes(const void* data, uint64_t size) {
   size_ += size;
 }
 
+uint8_t* ByteWriter::InPlace(uint64_t size) {
+  if (memory_ == nullptr) {
+    return nullptr;
+  }
+  uint8_t* const place = memory_ + size_;
+  size_ += size;
+  return place;
+}
+
 ByteReader::ByteReader(const uint8_t* memory, uint64_t size)
     : memory_(memory), remaining_(size), allowance_(AllowanceFor(size)) {}
 
@@ -53,6 +62,16 @@ void ByteReader::Bytes(void* data, uint64_t size, uint64_t unit) {
     ended_early_ = true;
     remaining_ = 0;
   }
+}
+
+const uint8_t* ByteReader::InPlace(uint64_t size) {
+  if (memory_ == nullptr || size > remaining_) {
+    return nullptr;
+  }
+  const uint8_t* const place = memory_;
+  memory_ += size;
+  remaining_ -= size;
+  return place;
 }
 
 bool ByteReader::Claim(uint64_t size) {
