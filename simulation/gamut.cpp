@@ -96,8 +96,12 @@ void CommonGamut::Add(const MeasuredPrimaries& primaries) {
   }
 }
 
+bool CommonGamut::IsOpen() const {
+  return brightest_ > 0.0 && brightest_ < std::numeric_limits<double>::infinity();
+}
+
 std::array<float, 12> CommonGamut::Targets() const {
-  assert(brightest_ < std::numeric_limits<double>::infinity());
+  assert(IsOpen());
   std::array<cv::Vec3d, 4> colours;
   cv::Matx33d columns;
   for (int o = 0; o < 3; ++o) {

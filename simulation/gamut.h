@@ -26,10 +26,13 @@ class CommonGamut {
   // Narrows the gamut to what the living LEDs of a partition reach.
   void Add(const MeasuredPrimaries& primaries);
 
+  // Whether any LED was added that lives and mixes the white.
+  bool IsOpen() const;
+
   // ChromaCoeff's twelve floats, (Y, x, y) of red, green, blue and white. The primaries lie on the
   // lines from the means to the white, as far from it as no LED needs a negative share; their
   // luminances add up to the white. It is the brightest for which no drive exceeds 1, of the white
-  // and so of each of its primaries. There must be a living LED.
+  // and so of each of its primaries. It must be open.
   std::array<float, 12> Targets() const;
 
  private:

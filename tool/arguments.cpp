@@ -3,6 +3,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <string_view>
 
 #include "multilayer/io/container.h"
@@ -34,6 +35,11 @@ std::vector<double> Numbers(const std::string& option, const std::string& text, 
     const auto [next, error] = std::from_chars(at, end, number);
     if (error != std::errc() || !std::isfinite(number)) {
       break;
+    }
+    constexpr double kLargest = std::numeric_limits<float>::max();
+    constexpr double kSmallest = std::numeric_limits<float>::min();
+    if (std::abs(number) > kLargest || (number != 0 && std::abs(number) < kSmallest)) {
+      RefuseOption(option, text, "stay in the range of 32-bit floats");
     }
     numbers.push_back(number);
     if (next == end && numbers.size() == count) {

@@ -22,6 +22,7 @@ Subcommand AddRepair(CLI::App& app);
 Subcommand AddAlign(CLI::App& app);
 Subcommand AddPoints(CLI::App& app);
 Subcommand AddComputeLum(CLI::App& app);
+Subcommand AddGamut(CLI::App& app);
 Subcommand AddComputeChroma(CLI::App& app);
 Subcommand AddMerge(CLI::App& app);
 Subcommand AddCombine(CLI::App& app);

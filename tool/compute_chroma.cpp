@@ -58,10 +58,18 @@ std::array<ChromaXYZ, 3> Bundle(const simulation::MeasuredPrimaries& measured,
   std::array<ChromaXYZ, 3> bundles;
   for (size_t colour = 0; colour < bundles.size(); ++colour) {
     const auto& planes = measured[colour];
-    const LedMeter* z = planes[2].chroma.empty() ? nullptr : &planes[2];
-    RequireDone(bundles[colour].Combine(&planes[0], &planes[1], z), output);
+    RequireDone(bundles[colour].Combine(&planes[0], &planes[1], &planes[2]), output);
   }
   return bundles;
+}
+
+// What a dead primary measures is noise, and a mixture of noise is a glaring LED. Returns how many.
+int LeaveDeadAlone(const simulation::MeasuredPrimaries& measured, ChromaCoeff& set) {
+  const cv::Mat dead = DeadOf(measured, 0) | DeadOf(measured, 1) | DeadOf(measured, 2);
+  for (size_t k = 0; k < set.coef.size(); ++k) {
+    set.coef[k].setTo(k % 4 == 0 ? 1.0 : 0.0, dead);
+  }
+  return cv::countNonZero(dead);
 }
 
 int CountUnfitted(const ChromaCoeff& set) {
@@ -80,9 +88,12 @@ void RunComputeChroma(const ComputeChromaOptions& options) {
   const std::array<ChromaXYZ, 3> bundles = Bundle(measured, options.output);
   RequireDone(set.Compute(targets.data(), bundles[0], bundles[1], bundles[2], *measured[0][1].part),
               options.output);
+  const int dead = LeaveDeadAlone(measured, set);
   SaveSet(options.output, set);
-  PrintOut(options.output + ": " + TextOf(set.part) + ", " + std::to_string(CountUnfitted(set)) +
-           " of them zeros: no mixture was found\n\n" + PlaneTable(RequireSound(options.output)));
+  PrintOut(options.output + ": " + TextOf(set.part) +
+           "; dead and not corrected: " + std::to_string(dead) +
+           "; without a mixture, all zeros: " + std::to_string(CountUnfitted(set)) + "\n\n" +
+           PlaneTable(RequireSound(options.output)));
 }
 
 }  // namespace
@@ -109,7 +120,9 @@ Subcommand AddComputeChroma(CLI::App& app) {
   }
   compute
       ->add_option("--weights", options->weights,
-                   "How much the Y, x and y of red, of green, blue and white weigh in the fit")
+                   "How much the Y, x and y of red, of green, blue and white weigh in the fit; by "
+                   "definition "
+                   "the targets are not weighted along: a weight of 2 for Y aims at half of it")
       ->capture_default_str()
       ->type_name("12 NUMBERS");
   compute->add_option("--output", options->output, "Where the set goes")
@@ -118,7 +131,9 @@ Subcommand AddComputeChroma(CLI::App& app) {
       ->type_name("OUT.chromacoeff");
   compute->footer(
       "\"green from red\" is the share of the red primary in corrected green. An LED whose "
-      "primaries do\nnot span the colours gets zeros.\n\nExample:\n"
+      "primaries do\nnot span the colours gets zeros; one with a dead primary is not corrected. "
+      "gamut finds targets\nthat every LED reaches: give all partitions of a wall the same.\n\n"
+      "Example:\n"
       "  multilayer compute-chroma demo/p00_{red,green,blue}_{x,y,z}_255.meter --red "
       "220,0.68,0.31 \\\n    --green 540,0.21,0.70 --blue 55,0.14,0.06 --white 815,0.3127,0.3290 "
       "--output p00.chromacoeff");

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include <opencv2/core.hpp>
+
 #include "multilayer/coeff/lum_coeff.h"
 #include "tool/arguments.h"
 #include "tool/commands.h"
@@ -34,9 +36,17 @@ void RunComputeLum(const ComputeLumOptions& options) {
   LumCoeff set;
   RequireDone(set.Compute(init_y.data(), &measured[0][1], &measured[1][1], &measured[2][1]),
               options.output);
+  // What a dead LED measures is noise, and full scale over noise would glare if it ever lit.
+  cv::Mat* const factors[] = {&set.coef_r, &set.coef_g, &set.coef_b};
+  int dead = 0;
+  for (size_t colour = 0; colour < 3; ++colour) {
+    const cv::Mat left_alone = DeadOf(measured, colour);
+    factors[colour]->setTo(1.0, left_alone);
+    dead += cv::countNonZero(left_alone);
+  }
   SaveSet(options.output, set);
-  PrintOut(options.output + ": " + TextOf(set.part) + "\n\n" +
-           PlaneTable(RequireSound(options.output)));
+  PrintOut(options.output + ": " + TextOf(set.part) + "; dead and not corrected: " +
+           std::to_string(dead) + "\n\n" + PlaneTable(RequireSound(options.output)));
 }
 
 }  // namespace
@@ -62,8 +72,8 @@ Subcommand AddComputeLum(CLI::App& app) {
       ->check(EndsWith({kLum}))
       ->type_name("OUT.lumcoeff");
   compute->footer(
-      "factor = luminance / measured. An LED that measured 0 gets a factor that is not finite: "
-      "repair\nthe measurements first. Give all partitions of a wall the same luminance, or their "
+      "factor = luminance / measured; dead LEDs are not corrected. Give all partitions of a wall "
+      "the same luminance, or their "
       "seams show.\n\nExample:\n"
       "  multilayer compute-lum demo/p00_{red,green,blue}_255.meter --luminance 230,560,60 "
       "--output p00.lumcoeff");

@@ -25,8 +25,14 @@ class Failure : public std::runtime_error {
   Exit code_;
 };
 
-// For a status of the library. Throws kRefused.
+// For a status of the library. Throws kFileAccess for a file that it cannot open, or kRefused.
 inline void RequireDone(int32_t status, const std::string& what) {
+  constexpr int32_t kCannotRead = 2;
+  constexpr int32_t kCannotWrite = 4;
+  if (status == kCannotRead || status == kCannotWrite) {
+    throw Failure(Exit::kFileAccess,
+                  what + ": cannot be " + (status == kCannotRead ? "read" : "written"));
+  }
   if (status != 0) {
     throw Failure(Exit::kRefused,
                   what + ": the library refuses it with status " + std::to_string(status));

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include <opencv2/core.hpp>
+
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
@@ -52,7 +54,7 @@ int Run(int argc, char** argv) {
       {"Any file", {AddInfo(app)}},
       {"Measurements", {AddMean(app), AddRepair(app), AddAlign(app), AddPoints(app)}},
       {"Single-layer sets",
-       {AddComputeLum(app), AddComputeChroma(app), AddMerge(app), AddCombine(app),
+       {AddComputeLum(app), AddGamut(app), AddComputeChroma(app), AddMerge(app), AddCombine(app),
         AddAssemble(app)}}};
   for (const auto& [name, subcommands] : groups) {
     for (const Subcommand& subcommand : subcommands) {
@@ -96,6 +98,9 @@ int main(int argc, char** argv) {
     return Report(Exit::kFileAccess, error.path1().string() + ": " + error.code().message());
   } catch (const std::bad_alloc&) {
     return Report(Exit::kRefused, "not enough memory");
+  } catch (const cv::Exception& error) {
+    return Report(Exit::kRefused,
+                  error.code == cv::Error::StsNoMem ? "not enough memory" : error.err);
   } catch (const std::exception& error) {
     return Report(Exit::kRefused, error.what());
   }

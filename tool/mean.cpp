@@ -80,6 +80,10 @@ void RunMean(const MeanOptions& options) {
   PendingFile pending(options.output);
   RequireDone(LedMeter::MeterMean(files, static_cast<int32_t>(files.size()), pending.temporary()),
               options.output);
+  const FileReport mean = Scan(pending.temporary());
+  if (!mean.problem.empty()) {
+    throw Failure(Exit::kRefused, options.output + ": the sum of the measurements overflows");
+  }
   pending.Commit(first.bytes);  // all but the values is as in the first
   PrintOut(options.output + ": the mean of " + std::to_string(files.size()) + " measurements\n");
 }

@@ -1,4 +1,5 @@
 // `multilayer merge`: a set times a luminance set.
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -22,7 +23,7 @@ void RunMerge(const MergeOptions& options) {
   ForSetOf(options.file, [&](auto set) {
     set = LoadSet<decltype(set)>(options.file);
     const auto factors = LoadSet<LumCoeff>(options.factors);
-    if (TextOf(factors.part) != TextOf(set.part)) {
+    if (std::memcmp(&factors.part, &set.part, sizeof(PartRecord)) != 0) {
       throw Failure(Exit::kRefused, options.factors + ": covers " + TextOf(factors.part) +
                                         ": must be the " + TextOf(set.part) + " of " +
                                         options.file);

@@ -5,6 +5,8 @@
 #include <array>
 #include <cstring>
 
+#include <opencv2/core.hpp>
+
 #include "tool/error.h"
 #include "tool/files.h"
 #include "tool/job.h"
@@ -84,7 +86,23 @@ simulation::MeasuredPrimaries LoadPrimaries(const std::vector<std::string>& file
     first = first == nullptr ? &place : first;
   }
   RequireComplete(primaries, planes);
+  LedMeter& red_z = primaries[0][kZ];
+  if (planes == Planes::kAll && red_z.chroma.empty()) {
+    red_z.color = COLOR_RED;
+    red_z.type = CIE_Z;
+    red_z.chroma = cv::Mat::zeros(first->chroma.size(), CV_32FC1);
+  }
   return primaries;
+}
+
+cv::Mat DeadOf(const simulation::MeasuredPrimaries& primaries, size_t colour) {
+  cv::Mat dead = cv::Mat::zeros(primaries[colour][kY].chroma.size(), CV_8UC1);
+  for (const LedMeter& meter : primaries[colour]) {
+    if (!meter.state.empty()) {
+      cv::bitwise_or(dead, meter.state & LED_DEAD, dead);
+    }
+  }
+  return dead;
 }
 
 }  // namespace multilayer::tool

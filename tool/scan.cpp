@@ -32,15 +32,15 @@ struct CloseFile {
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
 File Open(const fs::path& path, uint64_t& length) {
-  errno = 0;
-  File file(std::fopen(path.c_str(), "rb"));
   struct stat status = {};
+  errno = 0;
+  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    throw Failure(Exit::kFileAccess, path.string() + ": is no regular file");
+  }
+  File file(std::fopen(path.c_str(), "rb"));
   if (file == nullptr || fstat(fileno(file.get()), &status) != 0) {
     throw Failure(Exit::kFileAccess,
                   path.string() + ": cannot be opened: " + std::generic_category().message(errno));
-  }
-  if (!S_ISREG(status.st_mode)) {
-    throw Failure(Exit::kFileAccess, path.string() + ": is no regular file");
   }
   length = static_cast<uint64_t>(status.st_size);
   return file;

@@ -70,8 +70,11 @@ int32_t ChromaCoeff::Set(int32_t rows, int32_t cols, const float* data, int32_t 
   if (count % 9 != 0 || int64_t{rows} * cols != count / 9) {
     return 600;
   }
-  if (data == nullptr || rows < 1 || cols < 1) {
-    return Fail(9, "ChromaCoeff::Set--Error :: Input is nullptr or holds no LED.");
+  if (data == nullptr) {
+    return Fail(1, "ChromaCoeff::Set--Error :: Input is nullptr.");
+  }
+  if (rows < 0 || cols < 0) {
+    return Fail(9, "ChromaCoeff::Set--Error :: size %d x %d is negative.", rows, cols);
   }
   // New elements: a copy of this set may share the old ones, and `data` may be theirs.
   std::array<cv::Mat, 9> planes;

@@ -44,7 +44,7 @@ class ChromaCoeff {
   // Takes finished matrices of rows x cols LEDs, LED by LED, row by row, nine floats each, column
   // by column: the shares of red in the corrected red, green and blue, then those of green, of
   // blue. `data`: `count` floats, copied. Sets part.w and part.h. Returns 0; 600 unless count =
-  // 9 rows cols; 9 null data or no LED, after one log line.
+  // 9 rows cols; after one log line 1 null data, 9 a negative size.
   int32_t Set(int32_t rows, int32_t cols, const float* data, int32_t count);
 
   // Multiplies the share of each primary by its luminance factor. Returns 0; 1 null; 12 a set is

@@ -147,16 +147,24 @@ int32_t MergeFactors(const char* class_name, const SetView& own, const SetView& 
   if (factors.empty() || own.empty()) {
     return Fail(12, "%s::Merge--Error :: Input OR itself is empty.", class_name);
   }
-  const auto has_size = [&own](const cv::Mat& plane) { return HasSize(plane, own.planes[0]); };
-  if (!std::all_of(own.planes.begin(), own.planes.end(), has_size) ||
-      !std::all_of(factors.planes.begin(), factors.planes.end(), has_size)) {
+  // Green is compared, by definition; the others need not end where it does, but must reach so far.
+  const cv::Mat& green = own.planes[own.planes.size() / 2];
+  const auto reaches = [&green](const cv::Mat& plane) {
+    return plane.rows >= green.rows && plane.cols >= green.cols;
+  };
+  if (!HasSize(factors.planes[1], green) ||
+      !std::all_of(own.planes.begin(), own.planes.end(), reaches) ||
+      !std::all_of(factors.planes.begin(), factors.planes.end(), reaches)) {
     return Fail(9, "%s::Merge--Error :: Input matrix size mismatches the origin one.", class_name);
   }
-  if (const int32_t status = CheckPlanes(class_name, "Merge", {own, factors}); status != 0) {
-    return status;
+  if (!std::all_of(own.planes.begin(), own.planes.end(), IsFloatPlane) ||
+      !std::all_of(factors.planes.begin(), factors.planes.end(), IsFloatPlane)) {
+    return Fail(9, "%s::Merge--Error :: Input planes are no 32-bit float matrices.", class_name);
   }
+  const cv::Rect leds({0, 0}, green.size());
   for (size_t p = 0; p < own.planes.size(); ++p) {
-    cv::multiply(own.planes[p], factors.planes[p % 3], own.planes[p]);
+    cv::Mat product = own.planes[p](leds);
+    cv::multiply(product, factors.planes[p % 3](leds), product);
   }
   return 0;
 }

@@ -27,6 +27,13 @@ class ByteWriter {
     Bytes(&value, sizeof value);
   }
 
+  // The place in memory of the next `size` bytes, which count as written: for the caller to fill.
+  // Null, and nothing counts, for a file.
+  uint8_t* InPlace(uint64_t size);
+
+  // Counts `size` bytes that are not worth preparing, as counts_only() tells.
+  void Count(uint64_t size) { size_ += size; }
+
   // True if nothing is stored, so that the values need not be prepared.
   bool counts_only() const { return file_ == nullptr && memory_ == nullptr; }
   // Bytes written (or counted) so far.
@@ -51,6 +58,17 @@ class ByteReader {
 
   // Reads up to `size` bytes in whole units of `unit` bytes; what is missing becomes 0.
   void Bytes(void* data, uint64_t size, uint64_t unit);
+
+  // The next `size` bytes in memory, which count as read; borrowed, as the stream. Null, and nothing
+  // counts, for a file or if less is left.
+  const uint8_t* InPlace(uint64_t size);
+
+  // Copies `size` bytes that begin `ahead` of the next one, which stays the next. False, and `data`
+  // may be anything, if they are not there.
+  bool Peek(uint64_t ahead, void* data, uint64_t size);
+
+  // Passes over `size` bytes, of which the caller has seen that they are there.
+  void Skip(uint64_t size);
 
   // Reads one value, 0 when less than all of it is left. Returns false then.
   template <class Value>

@@ -2,6 +2,8 @@
 #include "multilayer/io/container.h"
 
 #include <algorithm>
+#include <cstring>
+#include <vector>
 
 #include <opencv2/core.hpp>
 
@@ -57,11 +59,9 @@ void ForEachSpan(const cv::Mat& mat, const Visit& visit) {
 }
 
 void WriteChannel(ByteWriter& writer, const cv::Mat& mat, int channel) {
+  cv::Mat values;
   ForEachSpan(mat, [&](const cv::Mat& span) {
-    cv::Mat values(1, span.cols, span.depth());
-    if (!writer.counts_only()) {
-      cv::extractChannel(span, values, channel);
-    }
+    cv::extractChannel(span, values, channel);
     WritePlane(writer, values);
   });
 }
@@ -72,6 +72,79 @@ void ReadChannel(ByteReader& reader, const cv::Mat& mat, int channel) {
     reader.Bytes(values.data, values.total() * values.elemSize(), values.elemSize());
     cv::insertChannel(values, span, channel);
   });
+}
+
+// Points of two 32-bit values, of which the library's own records are full, are gone through once,
+// but for writing them to a file. Planes in memory need not be aligned, as the matrix library's must.
+constexpr size_t kWord = 4;
+
+void SplitPoints(const uint8_t* __restrict points, uint8_t* __restrict x, uint8_t* __restrict y,
+                 size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    std::memcpy(x + i * kWord, points + 2 * i * kWord, kWord);
+    std::memcpy(y + i * kWord, points + (2 * i + 1) * kWord, kWord);
+  }
+}
+
+void MergePoints(const uint8_t* __restrict x, const uint8_t* __restrict y,
+                 uint8_t* __restrict points, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    std::memcpy(points + 2 * i * kWord, x + i * kWord, kWord);
+    std::memcpy(points + (2 * i + 1) * kWord, y + i * kWord, kWord);
+  }
+}
+
+bool HoldsPoints(const cv::Mat& mat) { return mat.channels() == 2 && mat.elemSize1() == kWord; }
+
+// One plane a channel.
+void WriteChannels(ByteWriter& writer, const cv::Mat& mat) {
+  const uint64_t size = mat.total() * mat.elemSize();
+  if (writer.counts_only()) {
+    writer.Count(size);
+    return;
+  }
+  uint8_t* x = HoldsPoints(mat) ? writer.InPlace(size) : nullptr;
+  if (x == nullptr) {
+    for (int channel = 0; channel < mat.channels(); ++channel) {
+      WriteChannel(writer, mat, channel);
+    }
+    return;
+  }
+  const auto count = static_cast<size_t>(mat.cols);
+  for (int row = 0; row < mat.rows; ++row, x += count * kWord) {
+    SplitPoints(mat.ptr(row), x, x + size / 2, count);
+  }
+}
+
+// Into a new matrix. False, with nothing read, if the stream does not hold all of them.
+bool ReadPoints(ByteReader& reader, cv::Mat& mat) {
+  const uint64_t plane = mat.total() * kWord;
+  if (const uint8_t* const x = reader.InPlace(2 * plane); x != nullptr) {
+    MergePoints(x, x + plane, mat.data, mat.total());
+    return true;
+  }
+  constexpr uint64_t kSpan = uint64_t{256} << 10;  // two of them stay in the second-level cache
+  std::vector<uint8_t> values(2 * std::min(kSpan, plane));
+  uint8_t* const x = values.data();
+  uint8_t* const y = x + values.size() / 2;
+  for (uint64_t begin = 0; begin < plane; begin += kSpan) {
+    const uint64_t size = std::min(kSpan, plane - begin);
+    if (!reader.Peek(begin, x, size) || !reader.Peek(plane + begin, y, size)) {
+      return false;
+    }
+    MergePoints(x, y, mat.data + 2 * begin, size / kWord);
+  }
+  reader.Skip(2 * plane);
+  return true;
+}
+
+void ReadChannels(ByteReader& reader, cv::Mat& mat) {
+  if (HoldsPoints(mat) && ReadPoints(reader, mat)) {
+    return;
+  }
+  for (int channel = 0; channel < mat.channels(); ++channel) {
+    ReadChannel(reader, mat, channel);
+  }
 }
 
 }  // namespace
@@ -104,10 +177,8 @@ void WriteMat(ByteWriter& writer, const cv::Mat& mat) {
   }
   if (mat.channels() == 1) {
     WritePlane(writer, mat);
-    return;
-  }
-  for (int channel = 0; channel < mat.channels(); ++channel) {
-    WriteChannel(writer, mat, channel);
+  } else {
+    WriteChannels(writer, mat);
   }
 }
 
@@ -144,10 +215,8 @@ void ReadMat(ByteReader& reader, cv::Mat& mat) {
   mat.create(header.rows, header.cols, CV_MAKETYPE(depth, header.channels));
   if (header.channels == 1) {
     reader.Bytes(mat.data, count * value_size, value_size);
-    return;
-  }
-  for (int channel = 0; channel < header.channels; ++channel) {
-    ReadChannel(reader, mat, channel);
+  } else {
+    ReadChannels(reader, mat);
   }
 }
 

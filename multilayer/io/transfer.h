@@ -8,6 +8,7 @@
 
 #include "multilayer/io/byte_stream.h"
 #include "multilayer/io/container.h"
+#include "multilayer/io/metadata.h"
 #include "multilayer/io/persistence.h"
 
 namespace multilayer {
@@ -19,6 +20,10 @@ void Transfer(ByteWriter& writer, const Value& value) {
 template <class Value>
 void Transfer(ByteReader& reader, Value& value) {
   reader.Get(value);
+}
+// Field by field: a partition that ends early keeps its whole fields.
+inline void Transfer(ByteReader& reader, PartRecord& part) {
+  reader.Bytes(&part, sizeof part, sizeof part.x);
 }
 inline void Transfer(ByteWriter& writer, const cv::Mat& mat) { WriteMat(writer, mat); }
 inline void Transfer(ByteReader& reader, cv::Mat& mat) { ReadMat(reader, mat); }

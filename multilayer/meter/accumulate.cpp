@@ -32,14 +32,27 @@ bool IsPlane(const cv::Mat& mat, int type, int32_t rows, int32_t cols) {
   return mat.type() == type && HasSize(mat, rows, cols);
 }
 
-// What a shot brings: the shot and, each null or two matrices, what was found in its image.
+// Two matrices that were found in a shot's image, if they were. Headers of their own: those that were
+// handed in may stand in the record that is about to change.
+struct Found {
+  explicit Found(const cv::Mat* pair)
+      : given(pair != nullptr),
+        first(given ? pair[0] : cv::Mat()),
+        second(given ? pair[1] : first) {}
+
+  bool given;
+  cv::Mat first;
+  cv::Mat second;
+};
+
+// What a shot brings.
 struct Input {
   const Shot& shot;
-  const cv::Mat* pos;
-  const cv::Mat* chroma;
+  Found pos;
+  Found chroma;
 
   // The matrix that has the shape of the lighted grid.
-  const cv::Mat& lighted() const { return chroma != nullptr ? chroma[1] : pos[1]; }
+  const cv::Mat& lighted() const { return chroma.given ? chroma.second : pos.second; }
 };
 
 int32_t CheckShot(const Shot& shot) {
@@ -50,15 +63,15 @@ int32_t CheckShot(const Shot& shot) {
 }
 
 int32_t CheckMatrices(const Input& input) {
-  for (const cv::Mat* pair : {input.pos, input.chroma}) {
-    if (pair != nullptr && (pair[0].empty() || pair[1].empty())) {
+  for (const Found* found : {&input.pos, &input.chroma}) {
+    if (found->given && (found->first.empty() || found->second.empty())) {
       return Fail(5, "LedMeter::CheckInput--Error :: inpute empty.");
     }
   }
   const PatternRecord& pattern = *input.shot.pattern;
-  if (input.pos != nullptr && input.chroma != nullptr &&
-      (!SameSize(input.chroma[1], input.pos[1]) ||
-       !HasSize(input.chroma[1], pattern.lighted_led_h, pattern.lighted_led_w))) {
+  if (input.pos.given && input.chroma.given &&
+      (!SameSize(input.chroma.second, input.pos.second) ||
+       !HasSize(input.chroma.second, pattern.lighted_led_h, pattern.lighted_led_w))) {
     return FailLighted();
   }
   return 0;
@@ -66,8 +79,7 @@ int32_t CheckMatrices(const Input& input) {
 
 // Whether a started record goes on with this input.
 int32_t CheckSameSet(const LedMeter& meter, const Input& input) {
-  if ((input.pos == nullptr) != meter.pos.empty() ||
-      (input.chroma == nullptr) != meter.chroma.empty()) {
+  if (input.pos.given == meter.pos.empty() || input.chroma.given == meter.chroma.empty()) {
     return Fail(404, "LedMeter::CheckInput--Error :: mismatch sequance.");
   }
   const Shot& shot = input.shot;
@@ -76,8 +88,8 @@ int32_t CheckSameSet(const LedMeter& meter, const Input& input) {
     return IsPlane(mat, type, part.h, part.w);
   };
   if (meter.color != *shot.color || meter.type != shot.type || !holds(meter.state, CV_8UC1) ||
-      (input.pos != nullptr && !holds(meter.pos, CV_32FC2)) ||
-      (input.chroma != nullptr && !holds(meter.chroma, CV_32FC1)) ||
+      (input.pos.given && !holds(meter.pos, CV_32FC2)) ||
+      (input.chroma.given && !holds(meter.chroma, CV_32FC1)) ||
       !IsPlane(meter.added, CV_8UC1, shot.pattern->interval_y, shot.pattern->interval_x)) {
     return Fail(102, "LedMeter::CheckInput--Error :: data not in same set.");
   }
@@ -103,12 +115,12 @@ bool GridFits(int32_t location, int32_t interval, int32_t count, int32_t size) {
 
 // Whether the values can be copied as they are, to LEDs that exist.
 int32_t CheckCopy(const Input& input) {
-  if ((input.pos != nullptr && input.pos[1].type() != CV_32FC2) ||
-      (input.chroma != nullptr &&
-       (input.chroma[0].type() != CV_8UC1 || input.chroma[1].type() != CV_32FC1))) {
+  if ((input.pos.given && input.pos.second.type() != CV_32FC2) ||
+      (input.chroma.given &&
+       (input.chroma.first.type() != CV_8UC1 || input.chroma.second.type() != CV_32FC1))) {
     return Fail(9, "LedMeter::CheckInput--Error :: input matrix type.");
   }
-  if (input.chroma != nullptr && !SameSize(input.chroma[0], input.chroma[1])) {
+  if (input.chroma.given && !SameSize(input.chroma.first, input.chroma.second)) {
     return FailLighted();
   }
   const PatternRecord& pattern = *input.shot.pattern;
@@ -138,8 +150,8 @@ LedMeter Begin(const LedMeter& before, const Input& input) {
   meter.color = *shot.color;
   meter.type = shot.type;
   meter.state = cv::Mat::zeros(size, CV_8UC1);
-  meter.pos = input.pos != nullptr ? cv::Mat(cv::Mat::zeros(size, CV_32FC2)) : before.pos;
-  meter.chroma = input.chroma != nullptr ? cv::Mat(cv::Mat::zeros(size, CV_32FC1)) : before.chroma;
+  meter.pos = input.pos.given ? cv::Mat(cv::Mat::zeros(size, CV_32FC2)) : before.pos;
+  meter.chroma = input.chroma.given ? cv::Mat(cv::Mat::zeros(size, CV_32FC1)) : before.chroma;
   meter.added = cv::Mat::ones(shot.pattern->interval_y, shot.pattern->interval_x, CV_8UC1);
   return meter;
 }
@@ -162,7 +174,7 @@ int32_t LedMeter::CheckInput(const Shot* shot, const cv::Mat* pos_input,
   if (shot == nullptr || (pos_input == nullptr && chroma_input == nullptr)) {
     return FailNull();
   }
-  const Input input = {*shot, pos_input, chroma_input};
+  const Input input = {*shot, Found(pos_input), Found(chroma_input)};
   const bool first = added.empty();
   int32_t status = CheckShot(*shot);
   if (status == 0) {
@@ -196,14 +208,16 @@ int32_t LedMeter::Add(const Shot* shot, const cv::Mat* pos_input, const cv::Mat*
   if (chroma_input == nullptr) {
     return FailNull();
   }
+  const Found found_pos(pos_input);
+  const Found found_chroma(chroma_input);
   if (const int32_t status = CheckInput(shot, pos_input, chroma_input); status != 0) {
     return status;
   }
   const PatternRecord& pattern = *shot->pattern;
-  Scatter(chroma_input[0], pattern, state);
-  Scatter(chroma_input[1], pattern, chroma);
-  if (pos_input != nullptr) {
-    Scatter(pos_input[1], pattern, pos);
+  Scatter(found_chroma.first, pattern, state);
+  Scatter(found_chroma.second, pattern, chroma);
+  if (found_pos.given) {
+    Scatter(found_pos.second, pattern, pos);
   }
   return 0;
 }

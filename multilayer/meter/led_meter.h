@@ -98,7 +98,7 @@ struct LedMeter {
   // status but 0 changes nothing and, where it does not say otherwise, comes with one log line.
 
   // Gives every LED marked LED_DEAD the median of chroma over its 3 x 3 neighbourhood, the border
-  // repeated. Returns 0; 5 chroma empty; 9 chroma or state no plane of their type and equal size.
+  // repeated, NaN as the largest. Returns 0; 5 chroma empty; 9 chroma or state no plane of their type and equal size.
   int32_t FixDeadPoint();
 
   // Scales chroma so that its mean becomes the target of the record's type. `target`: 3 floats, X,

@@ -1,5 +1,7 @@
 // Operations on a complete measurement: repair, alignment, averaging, a picture of the positions.
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstring>
 #include <numeric>
 #include <optional>
@@ -8,7 +10,6 @@
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
-#include <opencv2/imgproc.hpp>
 
 #include "multilayer/io/fail.h"
 #include "multilayer/meter/led_meter.h"
@@ -65,10 +66,27 @@ std::optional<float> MeanOfDisc(const cv::Mat& plane, int64_t x, int64_t y, int6
   return count > 0 ? std::optional(sum / static_cast<float>(count)) : std::nullopt;
 }
 
-// Its writer throws at 8-bit values for OpenEXR, which holds none.
-bool CanWriteImage(const std::string& fullname) {
-  return cv::haveImageWriter(fullname) &&
+// The writer throws at 8-bit values for OpenEXR, which holds none; a PNG, the widest of the others,
+// has at most a million rows and columns. What follows a NUL would never reach the operating system.
+bool CanWriteImage(const std::string& fullname, const cv::Mat& image) {
+  return fullname.find('\0') == std::string::npos && cv::haveImageWriter(fullname) &&
+         std::max(image.rows, image.cols) <= 1000000 &&
          strncasecmp(std::strrchr(fullname.c_str(), '.'), ".exr", 4) != 0;
+}
+
+// The median of the 3 x 3 neighbourhood of an LED, the border repeated. NaN counts as the largest.
+float MedianAround(const cv::Mat& plane, int row, int col) {
+  std::array<float, 9> values;
+  size_t count = 0;
+  for (int r = row - 1; r <= row + 1; ++r) {
+    const float* from = plane.ptr<float>(std::clamp(r, 0, plane.rows - 1));
+    for (int c = col - 1; c <= col + 1; ++c) {
+      values[count++] = from[std::clamp(c, 0, plane.cols - 1)];
+    }
+  }
+  std::nth_element(values.begin(), values.begin() + 4, values.end(),
+                   [](float a, float b) { return std::isnan(b) ? !std::isnan(a) : a < b; });
+  return values[4];
 }
 
 // Whether `next` can be averaged with `first`.
@@ -98,14 +116,18 @@ int32_t LedMeter::FixDeadPoint() {
   if (!IsPlane(chroma, CV_32FC1) || !IsPlane(state, CV_8UC1) || state.size() != chroma.size()) {
     return Fail(9, "LedMeter::FixDeadPoint--Error :: chroma and state are no planes of one size");
   }
-  cv::Mat median;
-  cv::medianBlur(chroma, median, 3);
+  // All medians are those of the measurement as it was.
+  std::vector<std::pair<float*, float>> repaired;
   for (int row = 0; row < chroma.rows; ++row) {
+    const auto* states = state.ptr<uint8_t>(row);
     for (int col = 0; col < chroma.cols; ++col) {
-      if ((state.at<uint8_t>(row, col) & LED_DEAD) != 0) {
-        chroma.at<float>(row, col) = median.at<float>(row, col);
+      if ((states[col] & LED_DEAD) != 0) {
+        repaired.emplace_back(chroma.ptr<float>(row) + col, MedianAround(chroma, row, col));
       }
     }
+  }
+  for (const auto& [value, median] : repaired) {
+    *value = median;
   }
   return 0;
 }
@@ -147,7 +169,7 @@ int32_t LedMeter::ExportPointImage(const std::string& fullname) const {
   cv::Mat image;
   cv::extractChannel(pos, image, 0);
   cv::normalize(image, image, 255, 0, cv::NORM_INF, CV_8U);
-  if (!CanWriteImage(fullname) || !cv::imwrite(fullname, image)) {
+  if (!CanWriteImage(fullname, image) || !cv::imwrite(fullname, image)) {
     return Fail(4, "LedMeter::ExportPointImage -- Failed to write image. fullname = %s",
                 fullname.c_str());
   }

@@ -96,9 +96,11 @@ TEST(ChromaCoeff, SetReadsMatricesColumnByColumn) {
   EXPECT_EQ(set.Set(2, 3, data, 53), 600);
   EXPECT_EQ(set.Set(INT32_MAX, INT32_MAX, data, 54), 600);
   EXPECT_THAT(log.TakeErrors(), IsEmpty());
-  EXPECT_EQ(set.Set(2, 3, nullptr, 54), 9);
+  EXPECT_EQ(set.Set(2, 3, nullptr, 54), 1);
   EXPECT_EQ(set.Set(-2, -3, data, 54), 9);
   EXPECT_THAT(log.TakeErrors(), SizeIs(2));
+  EXPECT_EQ(set.Set(0, 3, data, 0), 0) << "an empty set";
+  EXPECT_TRUE(set.coef[0].empty() && set.part.w == 3 && set.part.h == 0);
   ASSERT_EQ(set.Set(2, 3, data, 54), 0);
   EXPECT_TRUE(set.part.x == 1 && set.part.w == 3 && set.part.h == 2 && set.part.screen_h == 6);
   const int order[9] = {0, 3, 6, 1, 4, 7, 2, 5, 8};
@@ -138,6 +140,9 @@ TEST(Merge, MultipliesTheColumnsOfThePrimaries) {
   for (size_t k = 0; k < 9; ++k) {
     EXPECT_TRUE(SameBits(chroma.coef[k], before[k].mul(factors[k % 3]))) << k;
   }
+  lum.coef_b = cv::Mat(5, 5, CV_32FC1, cv::Scalar(2))(cv::Rect(1, 1, 4, 4));
+  ASSERT_EQ(chroma.Merge(&lum), 0) << "only green need be of the size";
+  lum.coef_b = factors[2].clone();
   ASSERT_EQ(lum.Merge(&lum), 0) << "with itself it squares";
   for (size_t p = 0; p < 3; ++p) {
     EXPECT_TRUE(SameBits(*PlanesOf(lum)[p], factors[p].mul(factors[p]))) << p;
@@ -199,6 +204,7 @@ TYPED_TEST(CoeffSet, RefusesPlanesOfOtherSizesAndTypes) {
   using Set = TypeParam;
   const PartRecord part = {0, 0, 3, 2, 3, 2};
   const std::string strange = "--Error :: Input planes are no 32-bit float matrices of one size.";
+  const std::string no_floats = "--Error :: Input planes are no 32-bit float matrices.";
   const std::string mismatch = "--Error :: Input matrix size mismatches the origin one.";
   auto set = MakeSet<Set>(part, 1);
   for (const int type : {CV_32FC1, CV_64FC1}) {
@@ -210,7 +216,7 @@ TYPED_TEST(CoeffSet, RefusesPlanesOfOtherSizesAndTypes) {
     odd_lum.coef_b = plane;
     this->ExpectRefused(Set::CombineDaul(&set, &odd), 9, "CombineDaul" + strange);
     this->ExpectNotAssembled({&set, &odd}, 9, "Assemble" + strange);
-    this->ExpectRefused(set.Merge(&odd_lum), 9, "Merge" + (other_type ? strange : mismatch));
+    this->ExpectRefused(set.Merge(&odd_lum), 9, "Merge" + (other_type ? no_floats : mismatch));
   }
 }
 

@@ -74,6 +74,18 @@ TEST(Add, FillsTheLitLedsAndLeavesTheOthersZero) {
   EXPECT_THAT(log.TakeErrors(), IsEmpty());
 }
 
+TEST(Add, TakesInputsThatStandInTheRecord) {
+  const Sample sample;
+  LedMeter expected;
+  ASSERT_EQ(sample.AddTo(expected), 0);
+  LedMeter meter;
+  meter.state = sample.pos[0];
+  meter.pos = sample.pos[1];  // which follows the state: two matrices
+  ASSERT_EQ(&meter.state + 1, &meter.pos);
+  ASSERT_EQ(meter.Add(&sample.shot, &meter.state, sample.chroma), 0);
+  EXPECT_EQ(cv::norm(meter.pos, expected.pos), 0);
+}
+
 TEST(Add, BeginsAnewOverAnEarlierMeasurement) {
   LedMeter meter;
   meter.panel = std::make_unique<PanelRecord>();

@@ -46,6 +46,10 @@ TEST(FixDeadPoint, GivesDeadLedsTheMedianAroundThem) {
   EXPECT_TRUE(SameBits(meter.chroma, expected));
   EXPECT_EQ(meter.state.at<uint8_t>(1, 1), LED_DEAD);
   EXPECT_THAT(log.TakeErrors(), IsEmpty());
+  meter.chroma.at<float>(1, 1) = NAN;
+  meter.chroma.at<float>(2, 2) = NAN;
+  EXPECT_EQ(meter.FixDeadPoint(), 0);
+  EXPECT_EQ(meter.chroma.at<float>(1, 1), 6) << "of 2 3 4 4 6 7 8 NaN NaN";
 }
 
 TEST(Align, BringsTheMeanOfAllLedsToTheTargetOfTheType) {

@@ -1,7 +1,10 @@
 // The subcommands for measurements and single-layer sets: the real binary against the library.
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <limits>
 #include <memory>
+#include <sstream>
 
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
@@ -181,7 +184,7 @@ TEST_F(SetCommandsTest, ChromaSetOfNineFilesInAnyOrder) {
         "97,0.3127,0.329", "--weights", "1,1,1,1,1,1,1,1,1,2,1,1", "--output", "s.chromacoeff"}) {
     call.emplace_back(argument);
   }
-  EXPECT_THAT(Done(call), AllOf(HasSubstr("0 of them zeros"), HasSubstr("green from red")));
+  EXPECT_THAT(Done(call), AllOf(HasSubstr("all zeros: 0"), HasSubstr("green from red")));
   const float targets[] = {20, 0.64F, 0.33F, 70, 0.3F, 0.6F, 7, 0.15F, 0.06F, 97, 0.3127F, 0.329F};
   ChromaCoeff due;
   cv::Mat weights(4, 3, CV_32FC1, cv::Scalar(1));
@@ -192,6 +195,35 @@ TEST_F(SetCommandsTest, ChromaSetOfNineFilesInAnyOrder) {
   for (size_t k = 0; k < due.coef.size(); ++k) {
     EXPECT_TRUE(SameBits(set.coef[k], due.coef[k])) << k;
   }
+}
+
+// The whole road, on a simulated wall of two partitions; an LED with a dead primary stays alone.
+TEST_F(SetCommandsTest, GamutFindsWhatEveryLedCanMix) {
+  Done({"simulate", "w", "--width", "40", "--height", "30", "--partitions", "2x1", "--primaries"});
+  std::vector<std::string> gamut = {"gamut"};
+  std::vector<std::string> compute = {"compute-chroma"};
+  for (const char* name :
+       {"red_x", "red_y", "red_z", "green_x", "green_y", "green_z", "blue_x", "blue_y", "blue_z"}) {
+    compute.push_back(std::string("w/p00_") + name + "_255.meter");
+    gamut.insert(gamut.end(), {std::string("w/p01_") + name + "_255.meter", compute.back()});
+  }
+  auto dead = Load<LedMeter>("w/p00_green_z_255.meter");
+  dead.state.at<uint8_t>(7, 9) |= LED_DEAD;
+  Save("w/p00_green_z_255.meter", dead);
+  std::istringstream targets(Done(gamut));
+  compute.insert(compute.end(), std::istream_iterator<std::string>(targets), {});
+  compute.insert(compute.end(), {"--output", "s.chromacoeff"});
+  EXPECT_THAT(Done(compute), HasSubstr("dead and not corrected: 1;"));
+  const auto set = Load<ChromaCoeff>("s.chromacoeff");
+  double drive = 0;
+  for (size_t k = 0; k < set.coef.size(); ++k) {
+    EXPECT_EQ(set.coef[k].at<float>(7, 9), k % 4 == 0 ? 1.0F : 0.0F);
+    double least = 0;
+    cv::minMaxLoc(set.coef[k], &least);
+    EXPECT_GT(least, -1e-4) << "a share that no LED has";
+    drive = std::max(drive, static_cast<double>(set.coef[k].at<float>(3, 3)));
+  }
+  EXPECT_TRUE(drive > 0.5 && drive <= 1.0);
 }
 
 TEST_F(SetCommandsTest, CombineSaysWhatItBlends) {
