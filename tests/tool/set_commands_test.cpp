@@ -204,8 +204,10 @@ TEST_F(SetCommandsTest, GamutFindsWhatEveryLedCanMix) {
   std::vector<std::string> compute = {"compute-chroma"};
   for (const char* name :
        {"red_x", "red_y", "red_z", "green_x", "green_y", "green_z", "blue_x", "blue_y", "blue_z"}) {
-    compute.push_back(std::string("w/p00_") + name + "_255.meter");
-    gamut.insert(gamut.end(), {std::string("w/p01_") + name + "_255.meter", compute.back()});
+    for (std::string file : {"w/p01_", "w/p00_"}) {
+      gamut.push_back(file.append(name).append("_255.meter"));
+    }
+    compute.push_back(gamut.back());
   }
   auto dead = Load<LedMeter>("w/p00_green_z_255.meter");
   dead.state.at<uint8_t>(7, 9) |= LED_DEAD;
@@ -400,7 +402,7 @@ TEST_F(SetCommandsTest, InfoTakesBinaryMatricesWhenTold) {
       {mark + integers({1, 1, CV_8UC1, 1}), 3, "the file ends after 17 bytes"},
       {mark + integers({1, 1, CV_8UC1, 1}) + "ab", 3, "1 bytes follow the last field"},
       {mark + integers({0, 3, 0, 0}), 3, "matrix.cols is 3: must be 0 in an empty matrix"},
-      {"M" + integers({0, 0, 0, 0}), 3, "byte-order mark is 77"},
+      {std::string("M").append(integers({0, 0, 0, 0})), 3, "byte-order mark is 77"},
   };
   for (const auto& [bytes, exit, text] : cases) {
     WriteFile(folder_.path() / "m.bin", bytes);
