@@ -28,6 +28,7 @@ class ChromaFit : public Computation {
     FitByLed(
         [this](const LedPrimaries& led) { return ChromaByMatrixLibrary(kTargets, weights_, led); });
   }
+  bool HasOtherDefinition() const override { return true; }
   void Definition() override {
     const ReachedColours reached = FitColours(kTargets, weights_);
     FitByLed([&](const LedPrimaries& led) { return ChromaPlain(reached, led); });

@@ -50,7 +50,8 @@ class Computation {
   virtual void Plain() {}
 
   // The plain definition whose bytes the shipped code must give, where that is another one.
-  virtual void Definition() { Plain(); }
+  virtual bool HasOtherDefinition() const { return false; }
+  virtual void Definition() {}
 
   // Reads what a run reads once, and writes what it writes once. By default a loop over the matrices
   // of Memory, or new ones for results that are made anew.

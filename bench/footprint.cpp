@@ -1,6 +1,5 @@
-// One run in a child process, whose peak of resident memory is set back before. In the child, every
-// block of 64 KiB and more comes from the system and goes back to it, so that nothing is hidden in
-// what the heap still has from earlier runs.
+// One run in a child process, which first gives back the free pages that the benchmarks keep (main),
+// and sets back its peak of resident memory.
 #include "bench/footprint.h"
 
 #include <cstdio>
@@ -35,7 +34,6 @@ bool SetPeakBack() {
 
 // The peak of one run over what was resident before it.
 std::optional<uint64_t> RiseOf(Computation& computation) {
-  mallopt(M_MMAP_THRESHOLD, 64 << 10);
   computation.Start();
   malloc_trim(0);
   if (!SetPeakBack()) {

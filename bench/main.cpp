@@ -31,12 +31,12 @@ cv::Size ParseSize(const std::string& text) {
   return size;
 }
 
-// The C library moves the size from which blocks come from the system with what was freed before. Held
-// where it is, a matrix is as fresh in the last computation as in the first: new pages above 1 MiB,
-// those of the heap below.
-void SteadyHeap() {
-  mallopt(M_MMAP_THRESHOLD, 1 << 20);
-  mallopt(M_TRIM_THRESHOLD, 1 << 30);
+// Freed memory stays with the process, so that what is made anew has pages that were touched before.
+// Otherwise their first touch, at several times the cost of a copy, would come and go with what was
+// measured before: from that, the C library learns which blocks to give back.
+void KeepPages() {
+  mallopt(M_MMAP_MAX, 0);
+  mallopt(M_TRIM_THRESHOLD, -1);
 }
 
 int Run(const Options& options) {
@@ -103,6 +103,6 @@ int Main(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   cv::setNumThreads(1);
-  multilayer::bench::SteadyHeap();
+  multilayer::bench::KeepPages();
   return multilayer::bench::Main(argc, argv);
 }

@@ -104,8 +104,10 @@ std::vector<Measurement> Measure(const Case& which, cv::Size size, const Repetit
   Mats defined;
   if (computation->HasPlain()) {
     common.plain = TimeOfPlain(*computation, repetitions);
-    computation->Start();
-    computation->Definition();
+    if (computation->HasOtherDefinition()) {
+      computation->Start();
+      computation->Definition();
+    }
     defined = CloneResults(*computation);
   }
   std::vector<Measurement> all;

@@ -27,6 +27,7 @@ class WhiteStep : public Computation {
 
   bool HasPlain() const override { return true; }
   void Plain() override { StepByLed(WhiteByMatrixLibrary); }
+  bool HasOtherDefinition() const override { return true; }
   void Definition() override { StepByLed(WhitePlain); }
 
   Touched Memory() override {
