@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <unistd.h>
+
+#include <sys/types.h>
 
 namespace multilayer {
 namespace {
@@ -72,6 +75,36 @@ const uint8_t* ByteReader::InPlace(uint64_t size) {
   memory_ += size;
   remaining_ -= size;
   return place;
+}
+
+// Around the file's own buffer, which a seek for every few bytes would fill in vain.
+bool ByteReader::Peek(uint64_t ahead, void* data, uint64_t size) {
+  if (size > remaining_ || ahead > remaining_ - size) {
+    return false;
+  }
+  if (file_ == nullptr) {
+    std::memcpy(data, memory_ + ahead, size);
+    return true;
+  }
+  const off_t begin = ftello(file_) + static_cast<off_t>(ahead);
+  for (uint64_t done = 0; done < size;) {
+    const ssize_t count = pread(fileno(file_), static_cast<uint8_t*>(data) + done, size - done,
+                                begin + static_cast<off_t>(done));
+    if (count <= 0) {
+      return false;
+    }
+    done += static_cast<uint64_t>(count);
+  }
+  return true;
+}
+
+void ByteReader::Skip(uint64_t size) {
+  if (file_ != nullptr) {
+    fseeko(file_, static_cast<off_t>(size), SEEK_CUR);
+  } else {
+    memory_ += size;
+  }
+  remaining_ -= size;
 }
 
 bool ByteReader::Claim(uint64_t size) {

@@ -63,6 +63,13 @@ class ByteReader {
   // counts, for a file or if less is left.
   const uint8_t* InPlace(uint64_t size);
 
+  // Copies `size` bytes that begin `ahead` of the next one, which stays the next. False, and `data`
+  // may be anything, if they are not there.
+  bool Peek(uint64_t ahead, void* data, uint64_t size);
+
+  // Passes over `size` bytes, of which the caller has seen that they are there.
+  void Skip(uint64_t size);
+
   // Reads one value, 0 when less than all of it is left. Returns false then.
   template <class Value>
   bool Get(Value& value) {

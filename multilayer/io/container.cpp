@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include <opencv2/core.hpp>
 
@@ -73,8 +74,8 @@ void ReadChannel(ByteReader& reader, const cv::Mat& mat, int channel) {
   });
 }
 
-// Points of two 32-bit values, of which the library's own records are full, go to and from memory in
-// one pass. Planes in memory need not be aligned, as the matrix library's must.
+// Points of two 32-bit values, of which the library's own records are full, are gone through once,
+// but for writing them to a file. Planes in memory need not be aligned, as the matrix library's must.
 constexpr size_t kWord = 4;
 
 void SplitPoints(const uint8_t* __restrict points, uint8_t* __restrict x, uint8_t* __restrict y,
@@ -115,11 +116,30 @@ void WriteChannels(ByteWriter& writer, const cv::Mat& mat) {
   }
 }
 
-// Into a new matrix.
+// Into a new matrix. False, with nothing read, if the stream does not hold all of them.
+bool ReadPoints(ByteReader& reader, cv::Mat& mat) {
+  const uint64_t plane = mat.total() * kWord;
+  if (const uint8_t* const x = reader.InPlace(2 * plane); x != nullptr) {
+    MergePoints(x, x + plane, mat.data, mat.total());
+    return true;
+  }
+  constexpr uint64_t kSpan = uint64_t{256} << 10;  // two of them stay in the second-level cache
+  std::vector<uint8_t> values(2 * std::min(kSpan, plane));
+  uint8_t* const x = values.data();
+  uint8_t* const y = x + values.size() / 2;
+  for (uint64_t begin = 0; begin < plane; begin += kSpan) {
+    const uint64_t size = std::min(kSpan, plane - begin);
+    if (!reader.Peek(begin, x, size) || !reader.Peek(plane + begin, y, size)) {
+      return false;
+    }
+    MergePoints(x, y, mat.data + 2 * begin, size / kWord);
+  }
+  reader.Skip(2 * plane);
+  return true;
+}
+
 void ReadChannels(ByteReader& reader, cv::Mat& mat) {
-  const uint64_t size = mat.total() * mat.elemSize();
-  if (const uint8_t* x = HoldsPoints(mat) ? reader.InPlace(size) : nullptr; x != nullptr) {
-    MergePoints(x, x + size / 2, mat.data, mat.total());
+  if (HoldsPoints(mat) && ReadPoints(reader, mat)) {
     return;
   }
   for (int channel = 0; channel < mat.channels(); ++channel) {

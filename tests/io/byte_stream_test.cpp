@@ -2,23 +2,19 @@
 #include "multilayer/io/byte_stream.h"
 
 #include <cstring>
-#include <memory>
 
-#include "tests/golden/images.h"
+#include "tests/io/sources.h"
 
 namespace multilayer {
 namespace {
 
+using testing::File;
 using testing::Hex;
 using testing::Image;
+using testing::OnBothSources;
 using testing::ReadFile;
 using testing::TempFolder;
 using testing::WriteFile;
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
 
 void WriteSome(ByteWriter& writer) {
   writer.Put(uint8_t{0x4C});
@@ -50,22 +46,6 @@ TEST(ByteWriter, CountsWhatItWritesToMemoryAndToAFile) {
   file.reset();
   EXPECT_EQ(to_file.size(), kSome.size());
   EXPECT_EQ(ReadFile(folder / "stream"), kSome);
-}
-
-// Runs `test` on readers of the same bytes in memory and in a file.
-template <class Test>
-void OnBothSources(const Image& bytes, const Test& test) {
-  {
-    SCOPED_TRACE("memory");
-    ByteReader reader(bytes.data(), bytes.size());
-    test(reader);
-  }
-  SCOPED_TRACE("file");
-  const TempFolder folder;
-  WriteFile(folder / "stream", bytes);
-  const File file(std::fopen((folder / "stream").c_str(), "rb"));
-  ByteReader reader(file.get(), bytes.size());
-  test(reader);
 }
 
 TEST(ByteReader, ReadsWhatWasWritten) {
