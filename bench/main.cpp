@@ -92,9 +92,6 @@ int Main(int argc, char** argv) {
     return Run(options);
   } catch (const CLI::ParseError& error) {
     return app.exit(error);
-  } catch (const std::regex_error& error) {
-    std::fprintf(stderr, "bench: filter: %s\n", error.what());
-    return 2;
   }
 }
 
@@ -102,7 +99,12 @@ int Main(int argc, char** argv) {
 }  // namespace multilayer::bench
 
 int main(int argc, char** argv) {
-  cv::setNumThreads(1);
-  multilayer::bench::KeepPages();
-  return multilayer::bench::Main(argc, argv);
+  try {
+    cv::setNumThreads(1);
+    multilayer::bench::KeepPages();
+    return multilayer::bench::Main(argc, argv);
+  } catch (const std::exception& error) {  // a filter that is no expression, or no memory
+    std::fprintf(stderr, "bench: %s\n", error.what());
+    return 2;
+  }
 }
