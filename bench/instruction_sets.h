@@ -5,9 +5,19 @@
 #include <string>
 #include <vector>
 
+#include "multilayer/cpu/instruction_set.h"
+
 namespace multilayer::bench {
 
-inline std::vector<std::string> AvailableSets() { return {"base"}; }
+inline std::vector<std::string> AvailableSets() {
+  std::vector<std::string> names;
+  for (const InstructionSet set : kInstructionSets) {
+    if (IsAvailable(set)) {
+      names.emplace_back(NameOf(set));
+    }
+  }
+  return names;
+}
 
 // In place of the above, for what has no kernels.
 inline std::vector<std::string> NoSet() { return {""}; }

@@ -13,8 +13,9 @@
 
 namespace multilayer {
 
-// LEDs whose values stay in the first-level cache while they go through all layers.
-constexpr size_t kStepTile = 512;
+// LEDs whose values stay in the second-level cache while they go through all layers: stretches long
+// enough that the processor's own foresight catches up (512: 8.3 ns an LED, 4096: 6.2).
+constexpr size_t kStepTile = 4096;
 
 // LEDs `begin` .. `begin` + `count` of a row; `next` more follow in memory and come next.
 struct Tile {
