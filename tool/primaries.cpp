@@ -90,7 +90,7 @@ simulation::MeasuredPrimaries LoadPrimaries(const std::vector<std::string>& file
   if (planes == Planes::kAll && red_z.chroma.empty()) {
     red_z.color = COLOR_RED;
     red_z.type = CIE_Z;
-    red_z.chroma = cv::Mat::zeros(first->chroma.size(), CV_32FC1);
+    red_z.chroma = cv::Mat::zeros(primaries[0][kY].chroma.size(), CV_32FC1);
   }
   return primaries;
 }

@@ -16,7 +16,6 @@
 namespace multilayer {
 namespace {
 
-using ::testing::ElementsAre;
 using testing::LogRecorder;
 using testing::SameBits;
 
