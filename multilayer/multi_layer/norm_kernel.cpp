@@ -87,32 +87,36 @@ template <bool by_product>
   }
 }
 
-void BuildSegments(const NormWork& work, Tile& tile) {
-  const size_t begin = tile.begin;
-  const size_t count = tile.count;
-  __builtin_memset(tile.state, 0, count);
-  for (size_t layer = 0; layer < work.capture_count; ++layer) {
-    AddState(work.state[layer] + begin, tile.state, count);
+template <bool by_product>
+void BuildLayer(const NormWork& work, Tile& tile, size_t layer) {
+  const NormCapture& capture = work.captures[layer];
+  const float* m = work.chroma[layer] + tile.begin;
+  float* slope = work.slope + layer * kNormTile;
+  float* intercept = work.intercept + layer * kNormTile;
+  if (layer == 0) {
+    BuildFirst<by_product>(m, capture.step, slope, intercept, tile.keep, tile.count);
+  } else {
+    BuildNext<by_product>(m, work.chroma[layer - 1] + tile.begin, capture.drive, capture.step,
+                          slope, intercept, tile.keep, tile.count);
   }
-  KeepAlive(tile.state, tile.keep, count);
+  Fetch(m + tile.count, tile.next);
+  Fetch(work.state[layer] + tile.begin + tile.count, tile.next);
+  if (work.segments != nullptr) {
+    Interleave(slope, intercept, work.segments[layer] + 2 * tile.begin, tile.count);
+  }
+}
+
+void BuildSegments(const NormWork& work, Tile& tile) {
+  __builtin_memset(tile.state, 0, tile.count);
   for (size_t layer = 0; layer < work.capture_count; ++layer) {
-    const NormCapture& capture = work.captures[layer];
-    const float* m = work.chroma[layer] + begin;
-    const float* below = layer == 0 ? nullptr : work.chroma[layer - 1] + begin;
-    float* slope = work.slope + layer * kNormTile;
-    float* intercept = work.intercept + layer * kNormTile;
-    const bool by_product = kHasFma && capture.step.by_product;
-    if (layer == 0) {
-      (by_product ? BuildFirst<kHasFma> : BuildFirst<false>)(m, capture.step, slope, intercept,
-                                                             tile.keep, count);
+    AddState(work.state[layer] + tile.begin, tile.state, tile.count);
+  }
+  KeepAlive(tile.state, tile.keep, tile.count);
+  for (size_t layer = 0; layer < work.capture_count; ++layer) {
+    if (kHasFma && work.captures[layer].step.by_product) {
+      BuildLayer<kHasFma>(work, tile, layer);
     } else {
-      (by_product ? BuildNext<kHasFma> : BuildNext<false>)(m, below, capture.drive, capture.step,
-                                                           slope, intercept, tile.keep, count);
-    }
-    Fetch(m + count, tile.next);
-    Fetch(work.state[layer] + begin + count, tile.next);
-    if (work.segments != nullptr) {
-      Interleave(slope, intercept, work.segments[layer] + 2 * begin, count);
+      BuildLayer<false>(work, tile, layer);
     }
   }
 }
@@ -190,44 +194,49 @@ template <bool by_product>
   }
 }
 
+// The segment of each LED of the tile, and whether there is one.
+struct Choice {
+  const float* slope;
+  const float* intercept;
+  const uint32_t* found;
+};
+
+Choice ChooseSegments(const NormWork& work, Tile& tile, float threshold) {
+  if (!tile.orderly || threshold != threshold) {
+    ChooseByLed(work, tile, threshold);
+    return {tile.slope, tile.intercept, tile.found};
+  }
+  // Layers on which no LED reaches the target come before `first`; all have reached it on `end`.
+  const size_t last = work.capture_count - 1;
+  size_t first = 0;
+  while (first < last && work.range[first].highest < threshold) {
+    ++first;
+  }
+  size_t end = first;
+  while (end < last && !(work.range[end].lowest >= threshold)) {
+    ++end;
+  }
+  const float* slope = work.slope + end * kNormTile;
+  const float* intercept = work.intercept + end * kNormTile;
+  if (first == end) {
+    return {slope, intercept, tile.keep};
+  }
+  __builtin_memcpy(tile.slope, slope, tile.count * sizeof(float));
+  __builtin_memcpy(tile.intercept, intercept, tile.count * sizeof(float));
+  for (size_t j = end; j-- > first;) {
+    Lay(work.chroma[j] + tile.begin, threshold, work.slope + j * kNormTile,
+        work.intercept + j * kNormTile, tile.slope, tile.intercept, tile.count);
+  }
+  return {tile.slope, tile.intercept, tile.keep};
+}
+
+template <bool by_product>
 void SolveLayer(const NormWork& work, Tile& tile, size_t layer) {
   const NormTarget& target = work.targets[layer];
-  const float threshold = target.threshold;
-  const size_t last = work.capture_count - 1;
-  const float* slope = tile.slope;
-  const float* intercept = tile.intercept;
-  const uint32_t* found = tile.found;
-  if (tile.orderly && threshold == threshold) {
-    // Layers that no LED reaches the target on come before `first`; all have reached it on `end`.
-    size_t first = 0;
-    while (first < last && work.range[first].highest < threshold) {
-      ++first;
-    }
-    size_t end = first;
-    while (end < last && !(work.range[end].lowest >= threshold)) {
-      ++end;
-    }
-    slope = work.slope + end * kNormTile;
-    intercept = work.intercept + end * kNormTile;
-    found = tile.keep;
-    if (first < end) {
-      __builtin_memcpy(tile.slope, slope, tile.count * sizeof(float));
-      __builtin_memcpy(tile.intercept, intercept, tile.count * sizeof(float));
-      slope = tile.slope;
-      intercept = tile.intercept;
-    }
-    for (size_t j = end; j-- > first;) {
-      Lay(work.chroma[j] + tile.begin, threshold, work.slope + j * kNormTile,
-          work.intercept + j * kNormTile, tile.slope, tile.intercept, tile.count);
-    }
-  } else {
-    ChooseByLed(work, tile, threshold);
-  }
+  const Choice choice = ChooseSegments(work, tile, target.threshold);
   float* out = work.coef[layer] + tile.begin;
-  const bool by_product = kHasFma && target.position.by_product;
-  (by_product ? SolveTarget<kHasFma> : SolveTarget<false>)(slope, intercept, found,
-                                                           target.luminance, work.gray_max,
-                                                           target.position, out, tile.count);
+  SolveTarget<by_product>(choice.slope, choice.intercept, choice.found, target.luminance,
+                          work.gray_max, target.position, out, tile.count);
   FetchToWrite(out + tile.count, tile.next);
 }
 
@@ -244,7 +253,11 @@ InstructionSet SolveNorm<kKernelTarget>(const NormWork& work) {
     BuildSegments(work, tile);
     FindRanges(work, tile);
     for (size_t layer = 0; layer < work.target_count; ++layer) {
-      SolveLayer(work, tile, layer);
+      if (kHasFma && work.targets[layer].position.by_product) {
+        SolveLayer<kHasFma>(work, tile, layer);
+      } else {
+        SolveLayer<false>(work, tile, layer);
+      }
     }
   }
   return kCompiledFor;

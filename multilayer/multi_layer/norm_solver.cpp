@@ -15,21 +15,6 @@ float SmallestFloatNotBelow(double target) {
              : nearest;
 }
 
-// From such a target and float segments, (T - b) / a * G stays where a Divisor is valid.
-bool IsModerate(double target) {
-  const double size = std::abs(target);
-  return size == 0 || (size >= 0x1p-100 && size <= 0x1p100);
-}
-
-NormTarget MakeTarget(double luminance, double position) {
-  NormTarget target;
-  target.luminance = luminance;
-  target.threshold = SmallestFloatNotBelow(luminance);
-  target.position = MakeDivisor(position);
-  target.position.by_product = target.position.by_product && IsModerate(luminance);
-  return target;
-}
-
 }  // namespace
 
 NormSolver::NormSolver(const NormColour& colour, InstructionSet set)
@@ -44,7 +29,10 @@ NormSolver::NormSolver(const NormColour& colour, InstructionSet set)
     below = drive;
   }
   for (size_t k = 0; k < colour.target.size(); ++k) {
-    targets_.push_back(MakeTarget(colour.target[k], colour.position[k]));
+    // Positions are whole numbers: quotients of numerators beyond a Divisor's range are 0 or infinite
+    // as floats, divided or multiplied.
+    targets_.push_back({colour.target[k], SmallestFloatNotBelow(colour.target[k]),
+                        MakeDivisor(colour.position[k])});
   }
 }
 
