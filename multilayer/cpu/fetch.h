@@ -1,5 +1,6 @@
 // For kernel sources: asking the caches for the next tile while this one is worked on. Many short
-// streams are too much for the processor's own foresight, which ends at a page.
+// streams are too much for the processor's own foresight, which ends at a page (Norm: 11 ns per LED and
+// colour without, 6 with).
 #pragma once
 
 #include <cstddef>
