@@ -16,6 +16,7 @@
 
 #include "multilayer/coeff/chroma_coeff.h"
 #include "multilayer/coeff/lum_coeff.h"
+#include "multilayer/io/file.h"
 #include "tool/error.h"
 #include "tool/scan.h"
 
@@ -53,10 +54,6 @@ void RemovePendingAndDie(int signal_number) {
   const std::string reason = error == 0 ? "" : ": " + std::generic_category().message(error);
   throw Failure(Exit::kFileAccess, path + ": " + what + reason);
 }
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
 
 // To the disk: a rename that outlives a power cut must not name a file that does not.
 void Sync(const std::string& path) {
@@ -161,7 +158,7 @@ void InstallSignalHandlers() {
 }
 
 std::string ReadText(const fs::path& path) {
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+  const File file(std::fopen(path.c_str(), "rb"));
   if (file == nullptr) {
     FailAccess(path.string(), "cannot be opened", errno);
   }
@@ -180,7 +177,7 @@ std::string ReadText(const fs::path& path) {
 void WriteText(const fs::path& path, std::string_view text) {
   PendingFile pending(path);
   {
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(pending.temporary().c_str(), "wb"));
+    const File file(std::fopen(pending.temporary().c_str(), "wb"));
     if (file == nullptr) {
       FailAccess(path.string(), "cannot be written", errno);
     }

@@ -12,6 +12,7 @@
 #include <opencv2/core.hpp>
 #include <sys/stat.h>
 
+#include "multilayer/io/file.h"
 #include "multilayer/io/metadata.h"
 #include "multilayer/meter/led_meter.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
@@ -25,11 +26,6 @@ namespace fs = std::filesystem;
 
 constexpr int32_t kMaxInt = std::numeric_limits<int32_t>::max();
 constexpr const char* kColourNames[] = {"red", "green", "blue"};
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
 
 File Open(const fs::path& path, uint64_t& length) {
   struct stat status = {};

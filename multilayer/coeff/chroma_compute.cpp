@@ -27,6 +27,21 @@ int32_t CheckBundles(const ChromaXYZ& r, const ChromaXYZ& g, const ChromaXYZ& b)
   return 0;
 }
 
+// All planes or, if memory runs out, none.
+void Renew(std::array<cv::Mat, 9>& planes, cv::Size size) {
+  std::array<cv::Mat, 9> made;
+  for (size_t k = 0; k < planes.size(); ++k) {
+    if (!IsRenewable(planes[k], size, CV_32FC1)) {
+      made[k] = cv::Mat(size, CV_32FC1);
+    }
+  }
+  for (size_t k = 0; k < planes.size(); ++k) {
+    if (!made[k].empty()) {
+      planes[k] = made[k];
+    }
+  }
+}
+
 }  // namespace
 
 int32_t ChromaCoeff::Compute(const float* targets, const ChromaXYZ& r, const ChromaXYZ& g,
@@ -42,15 +57,13 @@ int32_t ChromaCoeff::Compute(const float* targets, const ChromaXYZ& r, const Chr
     return Fail(kNoWeights, "ChromaCoeff::Compute--Error :: no weights, SetPara comes first.");
   }
   const ReachedColours reached = FitColours(targets, weights);
-  part = p;
   const cv::Size size = r.X.size();
-  for (cv::Mat& plane : coef) {
-    Renew(plane, size, CV_32FC1);
-    if (!reached.determined) {
+  Renew(coef, size);
+  part = p;
+  if (!reached.determined) {
+    for (cv::Mat& plane : coef) {
       plane.setTo(0.0);
     }
-  }
-  if (!reached.determined) {
     return 0;
   }
   const auto mix = ForInstructionSet(ChooseInstructionSet(),

@@ -62,7 +62,6 @@ Box BoundingBox(const std::vector<SetView>& sets) {
 
 // The partition of the box, turned upright; false if no matrix can hold it.
 bool MakePartition(const Box& box, PartRecord& part) {
-  constexpr int64_t kMaxLeds = 536870911;  // the bytes of a plane are an int32, as the engine's
   const int64_t x = std::min(box.left, box.right);
   const int64_t y = std::min(box.top, box.bottom);
   const int64_t w = std::abs(box.right - box.left);

@@ -48,7 +48,7 @@ WhiteMatrices::WhiteMatrices(const cv::Mat& fixed, const std::array<ChromaXYZ, 3
           set, []<InstructionSet kSet> { return &multilayer::AddIncrements<kSet>; })) {}
 
 int32_t WhiteMatrices::AddIncrements(const ChromaXYZ& white, const float* target,
-                                     const WhiteStretch& leds, const std::array<float*, 3>& delta,
+                                     const Stretch& leds, const std::array<float*, 3>& delta,
                                      const std::array<float*, 3>& gain) const {
   const auto first = [&leds](const cv::Mat_<float>& plane) {
     return plane.ptr<float>(leds.row) + leds.begin;

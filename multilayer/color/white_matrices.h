@@ -9,6 +9,7 @@
 
 #include "multilayer/color/chroma.h"
 #include "multilayer/color/white_kernel.h"
+#include "multilayer/cpu/stretch.h"
 
 namespace multilayer {
 
@@ -16,14 +17,6 @@ namespace multilayer {
 using Matrix3 = std::array<std::array<float, 3>, 3>;
 
 WhiteInverse InverseOf(const Matrix3& m);
-
-// LEDs `begin` .. `begin` + `count` of a row; `next` more follow in memory and come next.
-struct WhiteStretch {
-  int row;
-  size_t begin;
-  size_t count;
-  size_t next;
-};
 
 class WhiteMatrices {
  public:
@@ -34,7 +27,7 @@ class WhiteMatrices {
   // Adds the increments that move the measured `white` to `target` (X, Y, Z). `delta` (X, Y, Z,
   // out) and `gain` (R, G, B, in and out) point to the first LED of the stretch. Returns how many
   // LEDs were singular and kept their gains.
-  int32_t AddIncrements(const ChromaXYZ& white, const float* target, const WhiteStretch& leds,
+  int32_t AddIncrements(const ChromaXYZ& white, const float* target, const Stretch& leds,
                         const std::array<float*, 3>& delta,
                         const std::array<float*, 3>& gain) const;
 

@@ -3,10 +3,14 @@
 
 namespace multilayer {
 
-void Renew(cv::Mat& plane, cv::Size size, int type) {
+bool IsRenewable(const cv::Mat& plane, cv::Size size, int type) {
   const bool own =
       plane.u != nullptr && plane.u->refcount == 1 && plane.isContinuous() && !plane.isSubmatrix();
-  if (!own || plane.type() != type || plane.size() != size) {
+  return own && plane.dims == 2 && plane.type() == type && plane.size() == size;
+}
+
+void Renew(cv::Mat& plane, cv::Size size, int type) {
+  if (!IsRenewable(plane, size, type)) {
     plane = cv::Mat(size, type);
   }
 }

@@ -21,7 +21,7 @@ void Refine(const LedMeter& meter, double target, InstructionSet set, StepLayers
   const bool continuous =
       meter.chroma.isContinuous() && meter.state.isContinuous() && layers.IsContinuous();
   std::array<float, kStepTile> factors;
-  ForEachTile(meter.chroma.rows, meter.chroma.cols, continuous, [&](const Tile& tile) {
+  ForEachTile(meter.chroma.rows, meter.chroma.cols, continuous, [&](const Stretch& tile) {
     find({target, meter.chroma.ptr<float>(tile.row) + tile.begin,
           meter.state.ptr<uint8_t>(tile.row) + tile.begin, factors.data(), tile.count, tile.next});
     layers.Take(factors.data(), tile);

@@ -22,7 +22,7 @@ StepLayers::StepLayers(std::vector<cv::Mat>& coefs, const std::vector<int32_t>& 
   pointers_.resize(corrected_.size() + followers_.size());
 }
 
-void StepLayers::Take(const float* values, const Tile& tile) {
+void StepLayers::Take(const float* values, const Stretch& tile) {
   const auto first = [&tile](cv::Mat* coef) { return coef->ptr<float>(tile.row) + tile.begin; };
   const auto followers =
       std::transform(corrected_.begin(), corrected_.end(), pointers_.begin(), first);

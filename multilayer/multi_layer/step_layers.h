@@ -9,6 +9,7 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include "multilayer/cpu/stretch.h"
 #include "multilayer/multi_layer/step_kernel.h"
 
 namespace multilayer {
@@ -16,14 +17,6 @@ namespace multilayer {
 // LEDs whose values stay in the second-level cache while they go through all layers: stretches long
 // enough that the processor's own foresight catches up (512: 8.3 ns an LED, 4096: 6.2).
 constexpr size_t kStepTile = 4096;
-
-// LEDs `begin` .. `begin` + `count` of a row; `next` more follow in memory and come next.
-struct Tile {
-  int row;
-  size_t begin;
-  size_t count;
-  size_t next;
-};
 
 // Calls `visit` with all tiles of `rows` x `cols` LEDs. `continuous`: rows follow each other without
 // a gap in every matrix that is read, and count as one.
@@ -34,7 +27,7 @@ void ForEachTile(int rows, int cols, bool continuous, const Visit& visit) {
   for (int row = 0; row < (continuous ? 1 : rows); ++row) {
     for (size_t begin = 0; begin < length; begin += kStepTile) {
       const size_t count = std::min(kStepTile, length - begin);
-      visit(Tile{row, begin, count, std::min(kStepTile, length - begin - count)});
+      visit(Stretch{row, begin, count, std::min(kStepTile, length - begin - count)});
     }
   }
 }
@@ -47,7 +40,7 @@ class StepLayers {
              Fold fold, InstructionSet set);
 
   // `values`: a factor or gain for every LED of the tile.
-  void Take(const float* values, const Tile& tile);
+  void Take(const float* values, const Stretch& tile);
 
   bool IsContinuous() const;
 

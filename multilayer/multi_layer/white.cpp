@@ -125,12 +125,11 @@ int32_t MultiLayerCoeff::TakeWhiteStep(const WhiteCoeff& step, const ChromaXYZ& 
   std::array<std::array<float, kStepTile>, 3> delta;
   std::array<std::array<float, kStepTile>, 3> gain;
   int32_t singular = 0;
-  ForEachTile(white.X.rows, white.X.cols, continuous, [&](const Tile& tile) {
+  ForEachTile(white.X.rows, white.X.cols, continuous, [&](const Stretch& tile) {
     for (std::array<float, kStepTile>& gains : gain) {
       gains.fill(1.0F);
     }
-    singular += matrices.AddIncrements(white, step.target_white,
-                                       {tile.row, tile.begin, tile.count, tile.next},
+    singular += matrices.AddIncrements(white, step.target_white, tile,
                                        {delta[0].data(), delta[1].data(), delta[2].data()},
                                        {gain[0].data(), gain[1].data(), gain[2].data()});
     for (size_t c = 0; c < 3; ++c) {

@@ -262,9 +262,12 @@ TEST(ChromaFit, RefusesAndLeavesTheSetAsItWas) {
   EXPECT_EQ(set.Compute(kTargets, r, g, ChromaXYZ(), {}), 5);
   EXPECT_EQ(set.part.w, 3);
   const Wall third = RandomWall({3, 2}, 5);
+  const int sizes[] = {2, 3, 4};
+  set.coef[0] = cv::Mat(3, sizes, CV_32FC1, cv::Scalar(7));
   ASSERT_EQ(third.Fit(set), 0);
   EXPECT_TRUE(SameBits(copy.coef[4], before)) << "written through to a copy";
   EXPECT_FALSE(SameBits(set.coef[4], before));
+  EXPECT_EQ(set.coef[0].dims, 2) << "what is no plane of the size is not filled again";
 }
 
 }  // namespace
