@@ -1,7 +1,9 @@
 // Coefficients and measurements to and from a file on a file system in memory, and a buffer. The
 // floor is one copy of the same bytes: one write() of a block to a new file, or one memcpy of it to
-// the same buffer; and for reading, a read() or memcpy a matrix to matrices made anew while the old
-// ones are still held, as loading makes them.
+// the same buffer; and for reading, a read() or memcpy a matrix, from where it stands, to matrices
+// made anew while the old ones are still held, as loading makes them. Where it stands matters: the
+// kernel copies 9 GB/s where file and memory agree in the last six bits of their addresses, 6.3 GB/s
+// elsewhere (AMD EPYC, Zen 4).
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -76,6 +78,7 @@ class Descriptor {
       done += static_cast<size_t>(count);
     }
   }
+  void Skip(size_t size) const { Must(lseek(number_, static_cast<off_t>(size), SEEK_CUR) < 0); }
 
  private:
   int number_;
@@ -137,8 +140,14 @@ class ReadFile : public Persistence<Stored> {
   }
   void Shipped() override { Must(this->stored_.object.Load(file_.name())); }
   void Floor() override {
+    constexpr size_t kMatHeader = 16;
     const Descriptor file(file_, O_RDONLY);
-    this->ReadAnew([&file](uint8_t* data, size_t size) { file.Read(data, size); });
+    const Mats planes = this->stored_.Planes();
+    file.Skip(this->buffer_.size() - BytesOf(planes) - planes.size() * kMatHeader);
+    this->ReadAnew([&file](uint8_t* data, size_t size) {
+      file.Skip(kMatHeader);
+      file.Read(data, size);
+    });
   }
   Touched Memory() override {
     return {.read = {}, .updated = {}, .written = this->stored_.Planes()};

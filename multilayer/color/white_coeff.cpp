@@ -1,6 +1,8 @@
 // Parameters, checks and the step of white balance.
 #include "multilayer/color/white_coeff.h"
 
+#include <algorithm>
+
 #include <opencv2/core.hpp>
 
 #include "multilayer/color/white_matrices.h"
@@ -14,6 +16,13 @@ constexpr int32_t kRejected = 9;
 
 bool IsFloatPlane(const cv::Mat& plane, int32_t rows, int32_t cols) {
   return plane.dims == 2 && plane.type() == CV_32FC1 && plane.rows == rows && plane.cols == cols;
+}
+
+cv::Mat_<float> Difference(float target, const cv::Mat_<float>& measured) {
+  cv::Mat_<float> difference(measured.size());
+  std::transform(measured.begin(), measured.end(), difference.begin(),
+                 [target](float value) { return target - value; });
+  return difference;
 }
 
 }  // namespace
@@ -65,14 +74,13 @@ int32_t WhiteCoeff::Compute(const ChromaXYZ& w, const PartRecord& p) {
       *gain = cv::Mat(height, width, CV_32FC1, cv::Scalar(1.0));
     }
   }
-  delta_xyz = {cv::Mat_<float>(height, width), cv::Mat_<float>(height, width),
-               cv::Mat_<float>(height, width)};
+  delta_xyz = {Difference(target_white[0], w.X), Difference(target_white[1], w.Y),
+               Difference(target_white[2], w.Z)};
   singular_count = 0;
   const WhiteMatrices matrices(rgb2xyz, rgb_xyz, ChooseInstructionSet());
   for (int row = 0; row < height; ++row) {
     singular_count += matrices.AddIncrements(
-        w, target_white, {row, 0, static_cast<size_t>(width), 0},
-        {delta_xyz.X.ptr<float>(row), delta_xyz.Y.ptr<float>(row), delta_xyz.Z.ptr<float>(row)},
+        w, target_white, {row, 0, static_cast<size_t>(width)},
         {coef_r.ptr<float>(row), coef_g.ptr<float>(row), coef_b.ptr<float>(row)});
   }
   return 0;

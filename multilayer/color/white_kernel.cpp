@@ -2,34 +2,40 @@
 // compiler vectorises, in functions of their own so that it keeps the promise of no overlap.
 #include "multilayer/color/white_kernel.h"
 
-#include "multilayer/cpu/fetch.h"
 #include "multilayer/cpu/kernel_target.h"
 
 namespace multilayer {
 namespace {
 
-[[gnu::noinline]] void Subtract(float target, const float* __restrict measured,
-                                float* __restrict delta, size_t count) {
-  for (size_t i = 0; i < count; ++i) {
-    delta[i] = target - measured[i];
-  }
-}
-
-// Row `row` of the adjugate times d, over the determinant.
-[[gnu::noinline]] void AddRow(const double (&row)[3], double determinant,
-                              const float* __restrict dx, const float* __restrict dy,
-                              const float* __restrict dz, float* __restrict gain, size_t count) {
-  for (size_t i = 0; i < count; ++i) {
-    const double increment =
-        (row[0] * static_cast<double>(dx[i]) + row[1] * static_cast<double>(dy[i]) +
-         row[2] * static_cast<double>(dz[i])) /
-        determinant;
-    gain[i] = static_cast<float>(static_cast<double>(gain[i]) + increment);
+// One matrix for all: the adjugate times d, over the determinant.
+[[gnu::noinline]] void AddFixed(const WhiteWork& work) {
+  const float target_x = work.target[0], target_y = work.target[1], target_z = work.target[2];
+  const float* __restrict const white_x = work.measured[0];
+  const float* __restrict const white_y = work.measured[1];
+  const float* __restrict const white_z = work.measured[2];
+  float* __restrict const gain_r = work.gain[0];
+  float* __restrict const gain_g = work.gain[1];
+  float* __restrict const gain_b = work.gain[2];
+  const WhiteInverse inverse = *work.fixed;
+  MULTILAYER_NO_OVERLAP
+  for (size_t i = 0; i < work.count; ++i) {
+    const double dx = target_x - white_x[i], dy = target_y - white_y[i], dz = target_z - white_z[i];
+    const auto moved = [&](float gain, const double(&row)[3]) {
+      const double increment = (row[0] * dx + row[1] * dy + row[2] * dz) / inverse.determinant;
+      return static_cast<float>(static_cast<double>(gain) + increment);
+    };
+    gain_r[i] = moved(gain_r[i], inverse.adjugate[0]);
+    gain_g[i] = moved(gain_g[i], inverse.adjugate[1]);
+    gain_b[i] = moved(gain_b[i], inverse.adjugate[2]);
   }
 }
 
 // M^-1 = adjugate / determinant, in double from float entries, whose products are exact.
 [[gnu::noinline]] int32_t AddMeasured(const WhiteWork& work) {
+  const float target_x = work.target[0], target_y = work.target[1], target_z = work.target[2];
+  const float* __restrict const white_x = work.measured[0];
+  const float* __restrict const white_y = work.measured[1];
+  const float* __restrict const white_z = work.measured[2];
   const float* __restrict const px_r = work.primaries[0][0];
   const float* __restrict const px_g = work.primaries[0][1];
   const float* __restrict const px_b = work.primaries[0][2];
@@ -39,9 +45,6 @@ namespace {
   const float* __restrict const pz_r = work.primaries[2][0];
   const float* __restrict const pz_g = work.primaries[2][1];
   const float* __restrict const pz_b = work.primaries[2][2];
-  const float* __restrict const delta_x = work.delta[0];
-  const float* __restrict const delta_y = work.delta[1];
-  const float* __restrict const delta_z = work.delta[2];
   float* __restrict const gain_r = work.gain[0];
   float* __restrict const gain_g = work.gain[1];
   float* __restrict const gain_b = work.gain[2];
@@ -51,7 +54,7 @@ namespace {
     const double xr = px_r[i], xg = px_g[i], xb = px_b[i];
     const double yr = py_r[i], yg = py_g[i], yb = py_b[i];
     const double zr = pz_r[i], zg = pz_g[i], zb = pz_b[i];
-    const double dx = delta_x[i], dy = delta_y[i], dz = delta_z[i];
+    const double dx = target_x - white_x[i], dy = target_y - white_y[i], dz = target_z - white_z[i];
     // The adjugate: rows red, green, blue; columns X, Y, Z.
     const double r_x = yg * zb - yb * zg, r_y = xb * zg - xg * zb, r_z = xg * yb - xb * yg;
     const double g_x = yb * zr - yr * zb, g_y = xr * zb - xb * zr, g_z = xb * yr - xr * yb;
@@ -71,29 +74,18 @@ namespace {
   return singular;
 }
 
-int32_t AddFixed(const WhiteWork& work) {
-  if (work.fixed->singular) {
-    return static_cast<int32_t>(work.count);
-  }
-  for (size_t c = 0; c < 3; ++c) {
-    AddRow(work.fixed->adjugate[c], work.fixed->determinant, work.delta[0], work.delta[1],
-           work.delta[2], work.gain[c], work.count);
-  }
-  return 0;
-}
-
 }  // namespace
 
 template <>
 int32_t AddIncrements<kKernelTarget>(const WhiteWork& work) {
-  for (size_t k = 0; k < 3; ++k) {
-    Subtract(work.target[k], work.measured[k], work.delta[k], work.count);
-    Fetch(work.measured[k] + work.count, work.next);
-    for (size_t c = 0; c < 3 && work.fixed == nullptr; ++c) {
-      Fetch(work.primaries[k][c] + work.count, work.next);
-    }
+  if (work.fixed == nullptr) {
+    return AddMeasured(work);
   }
-  return work.fixed != nullptr ? AddFixed(work) : AddMeasured(work);
+  if (work.fixed->singular) {
+    return static_cast<int32_t>(work.count);
+  }
+  AddFixed(work);
+  return 0;
 }
 
 }  // namespace multilayer

@@ -23,10 +23,8 @@ struct WhiteWork {
   const float* measured[3];      // X, Y, Z
   const float* primaries[3][3];  // [X, Y, Z][R, G, B]; not read if there is one matrix for all
   const WhiteInverse* fixed;     // that matrix, or null
-  float* delta[3];               // out: target - measured
   float* gain[3];                // R, G, B: in and out
   size_t count;
-  size_t next;  // LEDs of the stretch that follows
 };
 
 // Returns how many of the LEDs were singular and kept their gains.

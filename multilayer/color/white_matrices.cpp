@@ -48,8 +48,7 @@ WhiteMatrices::WhiteMatrices(const cv::Mat& fixed, const std::array<ChromaXYZ, 3
           set, []<InstructionSet kSet> { return &multilayer::AddIncrements<kSet>; })) {}
 
 int32_t WhiteMatrices::AddIncrements(const ChromaXYZ& white, const float* target,
-                                     const Stretch& leds, const std::array<float*, 3>& delta,
-                                     const std::array<float*, 3>& gain) const {
+                                     const Stretch& leds, const std::array<float*, 3>& gain) const {
   const auto first = [&leds](const cv::Mat_<float>& plane) {
     return plane.ptr<float>(leds.row) + leds.begin;
   };
@@ -57,7 +56,6 @@ int32_t WhiteMatrices::AddIncrements(const ChromaXYZ& white, const float* target
   for (size_t k = 0; k < 3; ++k) {
     work.target[k] = target[k];
     work.measured[k] = first(*PlanesOf(white)[k]);
-    work.delta[k] = delta[k];
     work.gain[k] = gain[k];
     for (size_t c = 0; c < 3 && !fixed_; ++c) {
       work.primaries[k][c] = first(*PlanesOf(primaries_[c])[k]);
@@ -65,7 +63,6 @@ int32_t WhiteMatrices::AddIncrements(const ChromaXYZ& white, const float* target
   }
   work.fixed = fixed_ ? &inverse_ : nullptr;
   work.count = leds.count;
-  work.next = leds.next;
   return add_(work);
 }
 

@@ -24,11 +24,10 @@ class WhiteMatrices {
   WhiteMatrices(const cv::Mat& fixed, const std::array<ChromaXYZ, 3>& primaries,
                 InstructionSet set);
 
-  // Adds the increments that move the measured `white` to `target` (X, Y, Z). `delta` (X, Y, Z,
-  // out) and `gain` (R, G, B, in and out) point to the first LED of the stretch. Returns how many
-  // LEDs were singular and kept their gains.
+  // Adds the increments that move the measured `white` to `target` (X, Y, Z). `gain` (R, G, B, in
+  // and out) point to the first LED of the stretch. Returns how many LEDs were singular and kept
+  // their gains.
   int32_t AddIncrements(const ChromaXYZ& white, const float* target, const Stretch& leds,
-                        const std::array<float*, 3>& delta,
                         const std::array<float*, 3>& gain) const;
 
   // Whether stretches may go on from row to row.

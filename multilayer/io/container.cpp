@@ -58,10 +58,26 @@ void ForEachSpan(const cv::Mat& mat, const Visit& visit) {
   }
 }
 
+// Points of two 32-bit values, of which the library's own records are full.
+constexpr size_t kWord = 4;
+bool HoldsPoints(const cv::Mat& mat) { return mat.channels() == 2 && mat.elemSize1() == kWord; }
+
+// Every second word.
+void TakeWords(const uint8_t* __restrict points, uint8_t* __restrict words, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    std::memcpy(words + i * kWord, points + 2 * i * kWord, kWord);
+  }
+}
+
 void WriteChannel(ByteWriter& writer, const cv::Mat& mat, int channel) {
   cv::Mat values;
   ForEachSpan(mat, [&](const cv::Mat& span) {
-    cv::extractChannel(span, values, channel);
+    if (HoldsPoints(mat)) {
+      values.create(1, span.cols, CV_MAKETYPE(span.depth(), 1));
+      TakeWords(span.data + static_cast<size_t>(channel) * kWord, values.data, values.total());
+    } else {
+      cv::extractChannel(span, values, channel);
+    }
     WritePlane(writer, values);
   });
 }
@@ -74,10 +90,8 @@ void ReadChannel(ByteReader& reader, const cv::Mat& mat, int channel) {
   });
 }
 
-// Points of two 32-bit values, of which the library's own records are full, are gone through once,
-// but for writing them to a file. Planes in memory need not be aligned, as the matrix library's must.
-constexpr size_t kWord = 4;
-
+// Points are gone through once, but for writing them to a file. Planes in memory need not be aligned,
+// as the matrix library's must.
 void SplitPoints(const uint8_t* __restrict points, uint8_t* __restrict x, uint8_t* __restrict y,
                  size_t count) {
   for (size_t i = 0; i < count; ++i) {
@@ -93,8 +107,6 @@ void MergePoints(const uint8_t* __restrict x, const uint8_t* __restrict y,
     std::memcpy(points + (2 * i + 1) * kWord, y + i * kWord, kWord);
   }
 }
-
-bool HoldsPoints(const cv::Mat& mat) { return mat.channels() == 2 && mat.elemSize1() == kWord; }
 
 // One plane a channel.
 void WriteChannels(ByteWriter& writer, const cv::Mat& mat) {

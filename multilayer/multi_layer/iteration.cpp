@@ -13,22 +13,6 @@
 #include "pellix/pellix.h"
 
 namespace multilayer {
-namespace {
-
-// Corrects the layers of one colour by target / measured, a tile at a time.
-void Refine(const LedMeter& meter, double target, InstructionSet set, StepLayers layers) {
-  const auto find = ForInstructionSet(set, []<InstructionSet kSet> { return &FindFactors<kSet>; });
-  const bool continuous =
-      meter.chroma.isContinuous() && meter.state.isContinuous() && layers.IsContinuous();
-  std::array<float, kStepTile> factors;
-  ForEachTile(meter.chroma.rows, meter.chroma.cols, continuous, [&](const Stretch& tile) {
-    find({target, meter.chroma.ptr<float>(tile.row) + tile.begin,
-          meter.state.ptr<uint8_t>(tile.row) + tile.begin, factors.data(), tile.count, tile.next});
-    layers.Take(factors.data(), tile);
-  });
-}
-
-}  // namespace
 
 int32_t MultiLayerCoeff::IterateCompute() {
   constexpr const char* kName = "MultiLayerCoeff::IterateCompute";
@@ -60,9 +44,9 @@ int32_t MultiLayerCoeff::IterateCompute() {
   for (size_t c = 0; c < 3; ++c) {
     const double share = first ? 1 - rgb_lum_dec_ratio[c] : 1.0;
     const double target = static_cast<double>(InitY[3 * c]) * share;
-    Refine(*meters[c], target, set,
-           {*ColourLists()[c], layers, static_cast<size_t>(capture_layer_num),
-            first ? Fold::kSet : Fold::kMultiply, set});
+    StepLayers(*ColourLists()[c], layers, static_cast<size_t>(capture_layer_num),
+               first ? Fold::kSet : Fold::kMultiply, set)
+        .Refine(*meters[c], target);
   }
   ++iterate_count;
   return 0;

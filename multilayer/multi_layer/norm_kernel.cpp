@@ -12,10 +12,16 @@ namespace {
 constexpr uint32_t kAllBits = ~uint32_t{0};
 constexpr uint32_t kInfinityBits = 0x7F800000;
 
+// The length of all tiles but a last one, known to the compiler, which unrolls the loops over it.
+struct Whole {
+  constexpr operator size_t() const { return kNormTile; }
+};
+
 // The current tile.
+template <class Count>
 struct Tile {
   size_t begin;
-  size_t count;
+  Count count;
   size_t next;   // LEDs of the tile that follows
   bool orderly;  // all corrected LEDs have finite measurements that rise from layer to layer
   alignas(64) uint8_t state[kNormTile];  // of all layers together
@@ -26,25 +32,27 @@ struct Tile {
   alignas(64) float intercept[kNormTile];
 };
 
+template <class Count>
 [[gnu::noinline]] void AddState(const uint8_t* __restrict state, uint8_t* __restrict all,
-                                size_t count) {
+                                Count count) {
   for (size_t i = 0; i < count; ++i) {
     all[i] |= state[i];
   }
 }
 
+template <class Count>
 [[gnu::noinline]] void KeepAlive(const uint8_t* __restrict state, uint32_t* __restrict keep,
-                                 size_t count) {
+                                 Count count) {
   for (size_t i = 0; i < count; ++i) {
     keep[i] = (state[i] & 1) != 0 ? 0 : kAllBits;
   }
 }
 
 // A slope that is not above 0 ends an LED's correction, but a NaN does not.
-template <bool by_product>
+template <bool by_product, class Count>
 [[gnu::noinline]] void BuildFirst(const float* __restrict m, Divisor step, float* __restrict slope,
                                   float* __restrict intercept, uint32_t* __restrict keep,
-                                  size_t count) {
+                                  Count count) {
   for (size_t i = 0; i < count; ++i) {
     slope[i] = static_cast<float>(Divide<by_product>(static_cast<double>(m[i]), step));
     intercept[i] = 0.0F;
@@ -52,11 +60,11 @@ template <bool by_product>
   }
 }
 
-template <bool by_product>
+template <bool by_product, class Count>
 [[gnu::noinline]] void BuildNext(const float* __restrict m, const float* __restrict below,
                                  double drive, Divisor step, float* __restrict slope,
                                  float* __restrict intercept, uint32_t* __restrict keep,
-                                 size_t count) {
+                                 Count count) {
   for (size_t i = 0; i < count; ++i) {
     const double exact = Divide<by_product>(static_cast<double>(m[i] - below[i]), step);
     slope[i] = static_cast<float>(exact);
@@ -65,16 +73,17 @@ template <bool by_product>
   }
 }
 
+template <class Count>
 [[gnu::noinline]] void Interleave(const float* __restrict slope, const float* __restrict intercept,
-                                  float* __restrict out, size_t count) {
+                                  float* __restrict out, Count count) {
   for (size_t i = 0; i < count; ++i) {
     out[2 * i] = slope[i];
     out[2 * i + 1] = intercept[i];
   }
 }
 
-template <bool by_product>
-void BuildLayer(const NormWork& work, Tile& tile, size_t layer) {
+template <bool by_product, class Count>
+void BuildLayer(const NormWork& work, Tile<Count>& tile, size_t layer) {
   const NormCapture& capture = work.captures[layer];
   const float* m = work.chroma[layer] + tile.begin;
   float* slope = work.slope + layer * kNormTile;
@@ -92,7 +101,8 @@ void BuildLayer(const NormWork& work, Tile& tile, size_t layer) {
   }
 }
 
-void BuildSegments(const NormWork& work, Tile& tile) {
+template <class Count>
+void BuildSegments(const NormWork& work, Tile<Count>& tile) {
   __builtin_memset(tile.state, 0, tile.count);
   for (size_t layer = 0; layer < work.capture_count; ++layer) {
     AddState(work.state[layer] + tile.begin, tile.state, tile.count);
@@ -113,8 +123,9 @@ struct BitRange {
 };
 
 // As bits: floats from +0 to infinity are ordered as their bits, and everything else lies above.
+template <class Count>
 [[gnu::noinline]] BitRange RangeOf(const float* __restrict m, const uint32_t* __restrict keep,
-                                   size_t count) {
+                                   Count count) {
   BitRange range;
   for (size_t i = 0; i < count; ++i) {
     const auto bits = __builtin_bit_cast(uint32_t, m[i]);
@@ -127,7 +138,8 @@ struct BitRange {
 }
 
 // Of the LEDs that are corrected.
-void FindRanges(const NormWork& work, Tile& tile) {
+template <class Count>
+void FindRanges(const NormWork& work, Tile<Count>& tile) {
   tile.orderly = work.ascending;
   for (size_t layer = 0; layer < work.capture_count; ++layer) {
     const BitRange bits = RangeOf(work.chroma[layer] + tile.begin, tile.keep, tile.count);
@@ -138,10 +150,11 @@ void FindRanges(const NormWork& work, Tile& tile) {
 }
 
 // LEDs that reach the target on a layer take its segment instead of one above it.
+template <class Count>
 [[gnu::noinline]] void Lay(const float* __restrict m, float threshold,
                            const float* __restrict slope, const float* __restrict intercept,
                            float* __restrict chosen_slope, float* __restrict chosen_intercept,
-                           size_t count) {
+                           Count count) {
   for (size_t i = 0; i < count; ++i) {
     const bool here = m[i] >= threshold;
     chosen_slope[i] = here ? slope[i] : chosen_slope[i];
@@ -150,7 +163,8 @@ void FindRanges(const NormWork& work, Tile& tile) {
 }
 
 // LED by LED as it is defined, for tiles with a NaN or an infinity and for captures out of order.
-void ChooseByLed(const NormWork& work, Tile& tile, float threshold) {
+template <class Count>
+void ChooseByLed(const NormWork& work, Tile<Count>& tile, float threshold) {
   const size_t last = work.capture_count - 1;
   for (size_t i = 0; i < tile.count; ++i) {
     size_t j = last;
@@ -167,11 +181,11 @@ void ChooseByLed(const NormWork& work, Tile& tile, float threshold) {
   }
 }
 
-template <bool by_product>
+template <bool by_product, class Count>
 [[gnu::noinline]] void SolveTarget(const float* __restrict slope, const float* __restrict intercept,
                                    const uint32_t* __restrict found, double luminance,
                                    double gray_max, Divisor position, float* __restrict out,
-                                   size_t count) {
+                                   Count count) {
   for (size_t i = 0; i < count; ++i) {
     const double drive =
         (luminance - static_cast<double>(intercept[i])) / static_cast<double>(slope[i]);
@@ -187,7 +201,8 @@ struct Choice {
   const uint32_t* found;
 };
 
-Choice ChooseSegments(const NormWork& work, Tile& tile, float threshold) {
+template <class Count>
+Choice ChooseSegments(const NormWork& work, Tile<Count>& tile, float threshold) {
   if (!tile.orderly || threshold != threshold) {
     ChooseByLed(work, tile, threshold);
     return {tile.slope, tile.intercept, tile.found};
@@ -216,8 +231,8 @@ Choice ChooseSegments(const NormWork& work, Tile& tile, float threshold) {
   return {tile.slope, tile.intercept, tile.keep};
 }
 
-template <bool by_product>
-void SolveLayer(const NormWork& work, Tile& tile, size_t layer) {
+template <bool by_product, class Count>
+void SolveLayer(const NormWork& work, Tile<Count>& tile, size_t layer) {
   const NormTarget& target = work.targets[layer];
   const Choice choice = ChooseSegments(work, tile, target.threshold);
   float* out = work.coef[layer] + tile.begin;
@@ -226,25 +241,39 @@ void SolveLayer(const NormWork& work, Tile& tile, size_t layer) {
   FetchToWrite(out + tile.count, tile.next);
 }
 
+template <class Count>
+void SolveTile(const NormWork& work, Tile<Count>& tile) {
+  BuildSegments(work, tile);
+  FindRanges(work, tile);
+  for (size_t layer = 0; layer < work.target_count; ++layer) {
+    if (kHasFma && work.targets[layer].position.by_product) {
+      SolveLayer<kHasFma>(work, tile, layer);
+    } else {
+      SolveLayer<false>(work, tile, layer);
+    }
+  }
+}
+
 }  // namespace
 
 template <>
 InstructionSet SolveNorm<kKernelTarget>(const NormWork& work) {
-  Tile tile;
-  for (size_t begin = 0; begin < work.count; begin += kNormTile) {
-    const size_t left = work.count - begin;
-    tile.begin = begin;
-    tile.count = left < kNormTile ? left : kNormTile;
-    tile.next = left - tile.count < kNormTile ? left - tile.count : kNormTile;
-    BuildSegments(work, tile);
-    FindRanges(work, tile);
-    for (size_t layer = 0; layer < work.target_count; ++layer) {
-      if (kHasFma && work.targets[layer].position.by_product) {
-        SolveLayer<kHasFma>(work, tile, layer);
-      } else {
-        SolveLayer<false>(work, tile, layer);
-      }
+  size_t begin = 0;
+  {
+    Tile<Whole> tile;
+    for (; work.count - begin >= kNormTile; begin += kNormTile) {
+      tile.begin = begin;
+      const size_t left = work.count - begin - kNormTile;
+      tile.next = left < kNormTile ? left : kNormTile;
+      SolveTile(work, tile);
     }
+  }
+  if (begin < work.count) {
+    Tile<size_t> tile;
+    tile.begin = begin;
+    tile.count = work.count - begin;
+    tile.next = 0;
+    SolveTile(work, tile);
   }
   return kCompiledFor;
 }

@@ -12,7 +12,7 @@
 namespace multilayer {
 
 // LEDs that go through all layers together: their segments stay in the first-level cache.
-constexpr size_t kNormTile = 256;
+constexpr size_t kNormTile = 64;
 
 struct NormCapture {
   double drive = 0;

@@ -16,46 +16,49 @@ enum class Fold {
   kAdd,       // coefficient + (v - 1): a v of exactly 1 leaves every coefficient exactly as it was
 };
 
-// Pointers to the first LED of the stretch. `next` more follow it in memory and come next.
-struct FoldWork {
+// The layers of one colour: pointers to the first LED of the stretch.
+struct FoldLayers {
   Fold fold;
-  const float* values;
   float* const* layers;  // in and out
   size_t layer_count;
   float* const* followers;  // out: layers that become copies of `top`
   size_t follower_count;
   const float* top;
-  size_t count;
-  size_t next;
 };
 
-struct FactorWork {
+// Folds the value of each LED into its layers.
+template <InstructionSet set>
+void FoldIntoLayers(const FoldLayers& layers, const float* values, size_t count);
+
+struct Refinement {
   double target;
   const float* measured;
   const uint8_t* state;
-  float* factors;  // out: target / measured, 1 for an LED that may not be used
-  size_t count;
-  size_t next;
 };
 
+// Folds target / measured into the layers of each LED, or 1 for an LED that may not be used.
 template <InstructionSet set>
-void FoldIntoLayers(const FoldWork& work);
-template <InstructionSet set>
-void FindFactors(const FactorWork& work);
+void RefineLayers(const FoldLayers& layers, const Refinement& refinement, size_t count);
 
 #if defined(MULTILAYER_X86_KERNELS)
 template <>
-void FoldIntoLayers<InstructionSet::kAvx512>(const FoldWork& work);
+void FoldIntoLayers<InstructionSet::kAvx512>(const FoldLayers& layers, const float* values,
+                                             size_t count);
 template <>
-void FoldIntoLayers<InstructionSet::kAvx2>(const FoldWork& work);
+void FoldIntoLayers<InstructionSet::kAvx2>(const FoldLayers& layers, const float* values,
+                                           size_t count);
 template <>
-void FindFactors<InstructionSet::kAvx512>(const FactorWork& work);
+void RefineLayers<InstructionSet::kAvx512>(const FoldLayers& layers, const Refinement& refinement,
+                                           size_t count);
 template <>
-void FindFactors<InstructionSet::kAvx2>(const FactorWork& work);
+void RefineLayers<InstructionSet::kAvx2>(const FoldLayers& layers, const Refinement& refinement,
+                                         size_t count);
 #endif
 template <>
-void FoldIntoLayers<InstructionSet::kBase>(const FoldWork& work);
+void FoldIntoLayers<InstructionSet::kBase>(const FoldLayers& layers, const float* values,
+                                           size_t count);
 template <>
-void FindFactors<InstructionSet::kBase>(const FactorWork& work);
+void RefineLayers<InstructionSet::kBase>(const FoldLayers& layers, const Refinement& refinement,
+                                         size_t count);
 
 }  // namespace multilayer

@@ -5,13 +5,15 @@
 
 #include <opencv2/core.hpp>
 
+#include "multilayer/meter/led_meter.h"
+
 namespace multilayer {
 
 StepLayers::StepLayers(std::vector<cv::Mat>& coefs, const std::vector<int32_t>& corrected,
                        size_t captured, Fold fold, InstructionSet set)
     : fold_(fold),
-      fold_into_(
-          ForInstructionSet(set, []<InstructionSet kSet> { return &FoldIntoLayers<kSet>; })) {
+      fold_into_(ForInstructionSet(set, []<InstructionSet kSet> { return &FoldIntoLayers<kSet>; })),
+      refine_(ForInstructionSet(set, []<InstructionSet kSet> { return &RefineLayers<kSet>; })) {
   for (const int32_t layer : corrected) {
     corrected_.push_back(&coefs[static_cast<size_t>(layer)]);
   }
@@ -22,22 +24,34 @@ StepLayers::StepLayers(std::vector<cv::Mat>& coefs, const std::vector<int32_t>& 
   pointers_.resize(corrected_.size() + followers_.size());
 }
 
-void StepLayers::Take(const float* values, const Stretch& tile) {
-  const auto first = [&tile](cv::Mat* coef) { return coef->ptr<float>(tile.row) + tile.begin; };
+void StepLayers::Take(const float* values, const Stretch& leds) {
+  fold_into_(At(leds), values, leds.count);
+}
+
+void StepLayers::Refine(const LedMeter& meter, double target) {
+  const bool continuous =
+      meter.chroma.isContinuous() && meter.state.isContinuous() && IsContinuous();
+  ForEachStretch(
+      meter.chroma.rows, meter.chroma.cols, continuous, SIZE_MAX, [&](const Stretch& leds) {
+        refine_(At(leds),
+                {target, meter.chroma.ptr<float>(leds.row), meter.state.ptr<uint8_t>(leds.row)},
+                leds.count);
+      });
+}
+
+FoldLayers StepLayers::At(const Stretch& leds) {
+  const auto first = [&leds](cv::Mat* coef) { return coef->ptr<float>(leds.row) + leds.begin; };
   const auto followers =
       std::transform(corrected_.begin(), corrected_.end(), pointers_.begin(), first);
   std::transform(followers_.begin(), followers_.end(), followers, first);
-  FoldWork work = {};
-  work.fold = fold_;
-  work.values = values;
-  work.layers = pointers_.data();
-  work.layer_count = corrected_.size();
-  work.followers = pointers_.data() + corrected_.size();
-  work.follower_count = followers_.size();
-  work.top = top_ == nullptr ? nullptr : top_->ptr<float>(tile.row) + tile.begin;
-  work.count = tile.count;
-  work.next = tile.next;
-  fold_into_(work);
+  FoldLayers layers = {};
+  layers.fold = fold_;
+  layers.layers = pointers_.data();
+  layers.layer_count = corrected_.size();
+  layers.followers = pointers_.data() + corrected_.size();
+  layers.follower_count = followers_.size();
+  layers.top = top_ == nullptr ? nullptr : top_->ptr<float>(leds.row) + leds.begin;
+  return layers;
 }
 
 bool StepLayers::IsContinuous() const {

@@ -19,6 +19,9 @@ namespace {
 
 constexpr int32_t kRejected = 9;
 
+// LEDs whose gains stay in the second-level cache between their computation and the layers.
+constexpr size_t kGainTile = 4096;
+
 }  // namespace
 
 int32_t MultiLayerCoeff::ComputeWhite(const ChromaXYZ& white, const PartRecord& part) {
@@ -122,15 +125,13 @@ int32_t MultiLayerCoeff::TakeWhiteStep(const WhiteCoeff& step, const ChromaXYZ& 
       matrices.IsContinuous() && white.X.isContinuous() && white.Y.isContinuous() &&
       white.Z.isContinuous() &&
       std::all_of(std::begin(folds), std::end(folds), std::mem_fn(&StepLayers::IsContinuous));
-  std::array<std::array<float, kStepTile>, 3> delta;
-  std::array<std::array<float, kStepTile>, 3> gain;
+  std::array<std::array<float, kGainTile>, 3> gain;
   int32_t singular = 0;
-  ForEachTile(white.X.rows, white.X.cols, continuous, [&](const Stretch& tile) {
-    for (std::array<float, kStepTile>& gains : gain) {
+  ForEachStretch(white.X.rows, white.X.cols, continuous, kGainTile, [&](const Stretch& tile) {
+    for (std::array<float, kGainTile>& gains : gain) {
       gains.fill(1.0F);
     }
     singular += matrices.AddIncrements(white, step.target_white, tile,
-                                       {delta[0].data(), delta[1].data(), delta[2].data()},
                                        {gain[0].data(), gain[1].data(), gain[2].data()});
     for (size_t c = 0; c < 3; ++c) {
       folds[c].Take(gain[c].data(), tile);

@@ -39,7 +39,7 @@ bool SameBits(const std::vector<float>& a, const std::vector<float>& b) {
 TEST_F(StepKernel, FoldsEachValueIntoEveryLayer) {
   const auto fold_into =
       ForInstructionSet(set_, []<InstructionSet kSet> { return &FoldIntoLayers<kSet>; });
-  for (size_t count = 1; count <= 70; ++count) {
+  for (size_t count = 1; count <= 150; ++count) {
     for (const Fold fold : {Fold::kSet, Fold::kMultiply, Fold::kAdd}) {
       SCOPED_TRACE(::testing::Message() << count << " LEDs, fold " << static_cast<int>(fold));
       const size_t offset = count % 4;
@@ -62,7 +62,7 @@ TEST_F(StepKernel, FoldsEachValueIntoEveryLayer) {
       }
       float* const corrected[] = {&layers[0][offset], &layers[1][offset]};
       float* const follower = &layers[2][offset];
-      fold_into({fold, &values[offset], corrected, 2, &follower, 1, corrected[1], count, 0});
+      fold_into({fold, corrected, 2, &follower, 1, corrected[1]}, &values[offset], count);
       EXPECT_TRUE(SameBits(layers[0], expected[0]) && SameBits(layers[1], expected[1]) &&
                   SameBits(layers[2], expected[2]));
     }
@@ -70,22 +70,26 @@ TEST_F(StepKernel, FoldsEachValueIntoEveryLayer) {
 }
 
 TEST_F(StepKernel, DividesTheTargetByUsableMeasurements) {
-  const auto find = ForInstructionSet(set_, []<InstructionSet kSet> { return &FindFactors<kSet>; });
-  for (size_t count = 1; count <= 70; ++count) {
+  const auto refine =
+      ForInstructionSet(set_, []<InstructionSet kSet> { return &RefineLayers<kSet>; });
+  for (size_t count = 1; count <= 150; ++count) {
     SCOPED_TRACE(count);
     const size_t offset = count % 4;
     const std::vector<float> measured = Mixed(count + offset, count);
     std::vector<uint8_t> state(count + offset);
-    std::vector<float> factors(count + offset + 1, kGuard);
-    std::vector<float> expected = factors;
+    std::vector<float> coef = Mixed(count + offset + 1, 4);
+    coef.back() = kGuard;
+    std::vector<float> expected = coef;
     for (size_t i = offset; i < count + offset; ++i) {
       state[i] = static_cast<uint8_t>(i * 3 % 4);
-      expected[i] = (state[i] & LED_USABLE) != 0
-                        ? static_cast<float>(229.5 / static_cast<double>(measured[i]))
-                        : 1.0F;
+      expected[i] *= (state[i] & LED_USABLE) != 0
+                         ? static_cast<float>(229.5 / static_cast<double>(measured[i]))
+                         : 1.0F;
     }
-    find({229.5, &measured[offset], &state[offset], &factors[offset], count, 0});
-    EXPECT_TRUE(SameBits(factors, expected));
+    float* const corrected = &coef[offset];
+    refine({Fold::kMultiply, &corrected, 1, nullptr, 0, nullptr},
+           {229.5, &measured[offset], &state[offset]}, count);
+    EXPECT_TRUE(SameBits(coef, expected));
   }
 }
 
