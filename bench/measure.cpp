@@ -62,6 +62,12 @@ Time TimeOf(Computation& computation, const std::function<void()>& run,
   return collector.Median();
 }
 
+// Beyond a 4K wall a definition takes too long, and its results too much memory beside the others.
+bool RunsPlain(const Computation& computation) {
+  constexpr int kLargest = 3840 * 2160;
+  return computation.HasPlain() && computation.size().area() <= kLargest;
+}
+
 // A definition may take minutes on a large wall, where its time does not vary much: run once there.
 Time TimeOfPlain(Computation& computation, const Repetitions& repetitions) {
   constexpr int kLarge = 512 * 512;
@@ -102,7 +108,8 @@ std::vector<Measurement> Measure(const Case& which, cv::Size size, const Repetit
   common.size = size;
   common.moved_bytes = computation->MovedBytes();
   Mats defined;
-  if (computation->HasPlain()) {
+  const bool has_plain = RunsPlain(*computation);
+  if (has_plain) {
     common.plain = TimeOfPlain(*computation, repetitions);
     if (computation->HasOtherDefinition()) {
       computation->Start();
@@ -117,7 +124,7 @@ std::vector<Measurement> Measure(const Case& which, cv::Size size, const Repetit
     one.instruction_set = set;
     computation->Start();
     computation->Shipped();
-    if (computation->HasPlain()) {
+    if (has_plain) {
       one.same_as_defined = SameBytes(CloneResults(*computation), defined);
     }
     one.shipped = TimeOf(

@@ -27,22 +27,16 @@ auto Fields(Coeff& coeff) {
 // The entries of a matrix in the order of Set.
 constexpr size_t kColumnByColumn[] = {0, 3, 6, 1, 4, 7, 2, 5, 8};
 
-// A weighted mean: the weights sum to n.
-float MixNormalised(int64_t n, int64_t k, float source, float target) {
-  return (static_cast<float>(n - 1 - k) * source + static_cast<float>(k + 1) * target) /
-         static_cast<float>(n);
-}
-
-// The first columns of the lower set take in the last columns of the upper one.
+// The weights sum to n, which they are divided by. The first columns of the lower set take in the last columns of the upper one.
 void BlendColumns(const SetView& upper, const SetView& lower) {
   const int64_t n = int64_t{upper.part.y} - lower.part.y + lower.planes[0].cols;
-  BlendSeam(upper, lower, Lines::kColumns, n, MixNormalised);
+  BlendSeam(upper, lower, Lines::kColumns, n, static_cast<float>(n));
 }
 
 // The first rows of the right set take in the last rows of the left one.
 void BlendRows(const SetView& left, const SetView& right) {
   const int64_t n = int64_t{left.part.x} - right.part.x + right.planes[0].rows;
-  BlendSeam(left, right, Lines::kRows, n, MixNormalised);
+  BlendSeam(left, right, Lines::kRows, n, static_cast<float>(n));
 }
 
 }  // namespace

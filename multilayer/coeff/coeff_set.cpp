@@ -25,19 +25,59 @@ bool HasFloatPlanes(const SetView& set) {
   });
 }
 
-// A set by its lines, which are the rows or the columns of its planes.
-class LinedSet {
- public:
-  LinedSet(const SetView& set, Lines lines) : planes_(set.planes), rows_(lines == Lines::kRows) {}
-  int lines() const { return rows_ ? planes_[0].rows : planes_[0].cols; }
-  int places() const { return rows_ ? planes_[0].cols : planes_[0].rows; }
-  float& at(size_t plane, int line, int place) {
-    return rows_ ? planes_[plane].at<float>(line, place) : planes_[plane].at<float>(place, line);
+// The weights of a seam's lines.
+struct Weights {
+  int64_t n;
+  float divisor;
+
+  void Blend(int64_t k, float& source, float& target) const {
+    target =
+        (static_cast<float>(n - 1 - k) * source + static_cast<float>(k + 1) * target) / divisor;
+    source = target;
+  }
+};
+
+// Line k of a target of `lines` lines meets line `lines` - 1 - k of the source, for k from `first` to
+// `end` - 1, in `places` places. What planes share changes line by line, and plane by plane at each
+// place; within that, both walk along the rows in memory.
+struct Seam {
+  std::vector<cv::Mat> source;
+  std::vector<cv::Mat> target;
+  Weights weights;
+  int lines;
+  int first;
+  int end;
+  int places;
+
+  void BlendRows() {
+    for (int k = first; k < end; ++k) {
+      for (size_t p = 0; p < target.size(); ++p) {
+        auto* const from = source[p].ptr<float>(lines - 1 - k);
+        auto* const to = target[p].ptr<float>(k);
+        for (int place = 0; place < places; ++place) {
+          weights.Blend(k, from[place], to[place]);
+        }
+      }
+    }
   }
 
- private:
-  std::vector<cv::Mat> planes_;
-  bool rows_;
+  void BlendColumns() {
+    struct Pair {
+      float* from;
+      float* to;
+    };
+    std::vector<Pair> rows(target.size());
+    for (int place = 0; place < places; ++place) {
+      for (size_t p = 0; p < target.size(); ++p) {
+        rows[p] = {source[p].ptr<float>(place), target[p].ptr<float>(place)};
+      }
+      for (int k = first; k < end; ++k) {
+        for (const Pair& row : rows) {
+          weights.Blend(k, row.from[lines - 1 - k], row.to[k]);
+        }
+      }
+    }
+  }
 };
 
 // Columns and rows of the screen, in 64 bits: the edges of a partition need not fit its fields.
@@ -168,23 +208,20 @@ int32_t MergeFactors(const char* class_name, const SetView& own, const SetView& 
   return 0;
 }
 
-void BlendSeam(const SetView& source, const SetView& target, Lines lines, int64_t n, Mix mix) {
-  LinedSet from(source, lines);
-  LinedSet to(target, lines);
-  const int last = to.lines() - 1;
-  const int first = std::max(0, to.lines() - from.lines());
-  const auto end = static_cast<int>(std::clamp<int64_t>(n, 0, to.lines()));
-  const int places = std::min(from.places(), to.places());
-  for (int k = first; k < end; ++k) {
-    for (int place = 0; place < places; ++place) {
-      for (size_t p = 0; p < target.planes.size(); ++p) {
-        float& mixed = to.at(p, k, place);
-        float& mirrored = from.at(p, last - k, place);
-        mixed = mix(n, k, mirrored, mixed);
-        mirrored = mixed;
-      }
-    }
-  }
+void BlendSeam(const SetView& source, const SetView& target, Lines lines, int64_t n,
+               float divisor) {
+  const cv::Mat& from = source.planes[0];
+  const cv::Mat& to = target.planes[0];
+  const bool rows = lines == Lines::kRows;
+  Seam seam = {};
+  seam.source = source.planes;
+  seam.target = target.planes;
+  seam.weights = {n, divisor};
+  seam.lines = rows ? to.rows : to.cols;
+  seam.first = std::max(0, seam.lines - (rows ? from.rows : from.cols));
+  seam.end = static_cast<int>(std::clamp<int64_t>(n, 0, seam.lines));
+  seam.places = rows ? std::min(from.cols, to.cols) : std::min(from.rows, to.rows);
+  rows ? seam.BlendRows() : seam.BlendColumns();
 }
 
 int32_t AssembleSets(const char* class_name, const std::vector<SetView>& sets,

@@ -64,11 +64,10 @@ int32_t MergeFactors(const char* class_name, const SetView& own, const SetView& 
 
 // Blends the seam of two sets that CheckPlanes accepts, in both. Their lines are rows or columns,
 // numbered from 0; of L lines of `target`, its line k meets line L - 1 - k of `source`, for k from
-// 0 to n - 1 in this order, and both become mix(n, k, source, target). Lines and places that one of
-// the sets does not hold are left out.
+// 0 to n - 1 in this order, and both become ((n - 1 - k) source + (k + 1) target) / divisor, in
+// single precision. Lines and places that one of the sets does not hold are left out.
 enum class Lines { kRows, kColumns };
-using Mix = float (*)(int64_t n, int64_t k, float source, float target);
-void BlendSeam(const SetView& source, const SetView& target, Lines lines, int64_t n, Mix mix);
+void BlendSeam(const SetView& source, const SetView& target, Lines lines, int64_t n, float divisor);
 
 // Joins the sets into `out`, new planes over their bounding box; later ones overwrite. `neutral`: a
 // value a plane, for LEDs that no set covers. Statuses as CheckList; 9 CheckPlanes, planes smaller

@@ -31,11 +31,6 @@ cv::Mat Factors(float full_scale, const cv::Mat& measured) {
   return factors;
 }
 
-// The weights sum to n, and nothing divides by it.
-float MixUnnormalised(int64_t n, int64_t k, float source, float target) {
-  return static_cast<float>(n - 1 - k) * source + static_cast<float>(k + 1) * target;
-}
-
 }  // namespace
 
 int32_t LumCoeff::Compute(const float* init_y, const LedMeter* red, const LedMeter* green,
@@ -90,7 +85,8 @@ int32_t LumCoeff::CombineDaul(LumCoeff* a, LumCoeff* b) {
     return status;
   }
   const int64_t n = int64_t{a->part.x} - b->part.x + a->coef_r.rows;
-  BlendSeam(source, target, Lines::kRows, n, MixUnnormalised);
+  // The weights sum to n, and nothing divides by it.
+  BlendSeam(source, target, Lines::kRows, n, 1.0F);
   return 0;
 }
 

@@ -1,5 +1,5 @@
 // Measuring shot by shot: which shots a record takes, and where their values go.
-#include <cstring>
+#include <cstddef>
 #include <utility>
 
 #include <opencv2/core.hpp>
@@ -157,12 +157,13 @@ LedMeter Begin(const LedMeter& before, const Input& input) {
 }
 
 // Copies `values`, one element a lighted LED, to the LEDs of `plane`.
+template <class Element>
 void Scatter(const cv::Mat& values, const PatternRecord& pattern, cv::Mat& plane) {
   for (int row = 0; row < values.rows; ++row) {
+    const auto* const from = values.ptr<Element>(row);
+    auto* to = plane.ptr<Element>(pattern.loc_y + row * pattern.interval_y, pattern.loc_x);
     for (int col = 0; col < values.cols; ++col) {
-      std::memcpy(plane.ptr(pattern.loc_y + row * pattern.interval_y,
-                            pattern.loc_x + col * pattern.interval_x),
-                  values.ptr(row, col), values.elemSize());
+      to[static_cast<ptrdiff_t>(col) * pattern.interval_x] = from[col];
     }
   }
 }
@@ -214,10 +215,10 @@ int32_t LedMeter::Add(const Shot* shot, const cv::Mat* pos_input, const cv::Mat*
     return status;
   }
   const PatternRecord& pattern = *shot->pattern;
-  Scatter(found_chroma.first, pattern, state);
-  Scatter(found_chroma.second, pattern, chroma);
+  Scatter<uint8_t>(found_chroma.first, pattern, state);
+  Scatter<float>(found_chroma.second, pattern, chroma);
   if (found_pos.given) {
-    Scatter(found_pos.second, pattern, pos);
+    Scatter<cv::Point2f>(found_pos.second, pattern, pos);
   }
   return 0;
 }
