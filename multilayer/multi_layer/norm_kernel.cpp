@@ -259,14 +259,11 @@ void SolveTile(const NormWork& work, Tile<Count>& tile) {
 template <>
 InstructionSet SolveNorm<kKernelTarget>(const NormWork& work) {
   size_t begin = 0;
-  {
-    Tile<Whole> tile;
-    for (; work.count - begin >= kNormTile; begin += kNormTile) {
-      tile.begin = begin;
-      const size_t left = work.count - begin - kNormTile;
-      tile.next = left < kNormTile ? left : kNormTile;
-      SolveTile(work, tile);
-    }
+  for (Tile<Whole> tile; work.count - begin >= kNormTile; begin += kNormTile) {
+    tile.begin = begin;
+    const size_t left = work.count - begin - kNormTile;
+    tile.next = left < kNormTile ? left : kNormTile;
+    SolveTile(work, tile);
   }
   if (begin < work.count) {
     Tile<size_t> tile;
