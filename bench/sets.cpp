@@ -190,7 +190,7 @@ class Assemble : public Computation {
 }  // namespace
 
 void AddSetCases(std::vector<Case>& cases) {
-  cases.push_back({"luminance set", Make<LuminanceSet>, true});
+  cases.push_back({"luminance set", Make<LuminanceSet>});
   cases.push_back({"merge, luminance", Make<Merge<LumCoeff>>});
   cases.push_back({"merge, chroma", Make<Merge<ChromaCoeff>>});
   cases.push_back({"combine, luminance", Make<Combine<LumCoeff>>});

@@ -25,6 +25,19 @@ bool HasFloatPlanes(const SetView& set) {
   });
 }
 
+// Whether any two of the planes stand in one block of memory, or in one that a caller brought.
+bool MayShareElements(const std::vector<cv::Mat>& source, const std::vector<cv::Mat>& target) {
+  std::vector<const cv::UMatData*> blocks;
+  for (const std::vector<cv::Mat>* planes : {&source, &target}) {
+    for (const cv::Mat& plane : *planes) {
+      blocks.push_back(plane.u);
+    }
+  }
+  std::sort(blocks.begin(), blocks.end());
+  return blocks.front() == nullptr ||
+         std::adjacent_find(blocks.begin(), blocks.end()) != blocks.end();
+}
+
 // The weights of a seam's lines.
 struct Weights {
   int64_t n;
@@ -38,8 +51,7 @@ struct Weights {
 };
 
 // Line k of a target of `lines` lines meets line `lines` - 1 - k of the source, for k from `first` to
-// `end` - 1, in `places` places. What planes share changes line by line, and plane by plane at each
-// place; within that, both walk along the rows in memory.
+// `end` - 1, in `places` places.
 struct Seam {
   std::vector<cv::Mat> source;
   std::vector<cv::Mat> target;
@@ -62,18 +74,27 @@ struct Seam {
   }
 
   void BlendColumns() {
-    struct Pair {
-      float* from;
-      float* to;
-    };
-    std::vector<Pair> rows(target.size());
     for (int place = 0; place < places; ++place) {
       for (size_t p = 0; p < target.size(); ++p) {
-        rows[p] = {source[p].ptr<float>(place), target[p].ptr<float>(place)};
+        auto* const from = source[p].ptr<float>(place);
+        auto* const to = target[p].ptr<float>(place);
+        for (int k = first; k < end; ++k) {
+          weights.Blend(k, from[lines - 1 - k], to[k]);
+        }
       }
-      for (int k = first; k < end; ++k) {
-        for (const Pair& row : rows) {
-          weights.Blend(k, row.from[lines - 1 - k], row.to[k]);
+    }
+  }
+
+  // In the order of the definition, which what planes share depends on; the above walk along the rows
+  // in memory.
+  void BlendInOrder(bool rows) {
+    const auto at = [rows](cv::Mat& plane, int line, int place) -> float& {
+      return rows ? plane.at<float>(line, place) : plane.at<float>(place, line);
+    };
+    for (int k = first; k < end; ++k) {
+      for (int place = 0; place < places; ++place) {
+        for (size_t p = 0; p < target.size(); ++p) {
+          weights.Blend(k, at(source[p], lines - 1 - k, place), at(target[p], k, place));
         }
       }
     }
@@ -221,7 +242,11 @@ void BlendSeam(const SetView& source, const SetView& target, Lines lines, int64_
   seam.first = std::max(0, seam.lines - (rows ? from.rows : from.cols));
   seam.end = static_cast<int>(std::clamp<int64_t>(n, 0, seam.lines));
   seam.places = rows ? std::min(from.cols, to.cols) : std::min(from.rows, to.rows);
-  rows ? seam.BlendRows() : seam.BlendColumns();
+  if (MayShareElements(seam.source, seam.target)) {
+    seam.BlendInOrder(rows);
+  } else {
+    rows ? seam.BlendRows() : seam.BlendColumns();
+  }
 }
 
 int32_t AssembleSets(const char* class_name, const std::vector<SetView>& sets,

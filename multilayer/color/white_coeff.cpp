@@ -2,11 +2,13 @@
 #include "multilayer/color/white_coeff.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <opencv2/core.hpp>
 
 #include "multilayer/color/white_matrices.h"
 #include "multilayer/io/fail.h"
+#include "multilayer/io/renew.h"
 #include "pellix/pellix.h"
 
 namespace multilayer {
@@ -74,6 +76,7 @@ int32_t WhiteCoeff::Compute(const ChromaXYZ& w, const PartRecord& p) {
       *gain = cv::Mat(height, width, CV_32FC1, cv::Scalar(1.0));
     }
   }
+  std::for_each(std::begin(gains), std::end(gains), [](cv::Mat* gain) { Unshare(*gain); });
   delta_xyz = {Difference(target_white[0], w.X), Difference(target_white[1], w.Y),
                Difference(target_white[2], w.Z)};
   singular_count = 0;

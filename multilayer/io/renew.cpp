@@ -15,4 +15,10 @@ void Renew(cv::Mat& plane, cv::Size size, int type) {
   }
 }
 
+void Unshare(cv::Mat& plane) {
+  if (plane.u == nullptr || plane.u->refcount != 1) {
+    plane = plane.clone();
+  }
+}
+
 }  // namespace multilayer

@@ -12,4 +12,8 @@ bool IsRenewable(const cv::Mat& plane, cv::Size size, int type);
 // holds its elements, so that the pages of memory it has need not be fetched anew.
 void Renew(cv::Mat& plane, cv::Size size, int type);
 
+// Before `plane` is worked on in place: if somebody else may hold its elements (another matrix, a copy
+// of an object, a host), gives it a copy of its own.
+void Unshare(cv::Mat& plane);
+
 }  // namespace multilayer

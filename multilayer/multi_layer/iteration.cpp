@@ -7,6 +7,7 @@
 
 #include "multilayer/cpu/instruction_set.h"
 #include "multilayer/io/fail.h"
+#include "multilayer/io/renew.h"
 #include "multilayer/multi_layer/layer_walk.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
 #include "multilayer/multi_layer/step_layers.h"
@@ -38,7 +39,7 @@ int32_t MultiLayerCoeff::IterateCompute() {
     return Fail(706, "%s--Error ::  coefficients are not those of the partition and parameters.",
                 kName);
   }
-  Unshare();
+  UnshareCoefs();
   const InstructionSet set = ChooseInstructionSet();
   // The decrease is applied once: later steps are measured on a wall that shows it.
   for (size_t c = 0; c < 3; ++c) {
@@ -105,15 +106,10 @@ void MultiLayerCoeff::MakeCoefs() {
   }
 }
 
-// Steps work in place: matrices that somebody else holds too (another entry, a copy of the engine,
-// a host) are replaced by copies first.
-void MultiLayerCoeff::Unshare() {
+// Steps work in place.
+void MultiLayerCoeff::UnshareCoefs() {
   for (std::vector<cv::Mat>* list : ColourLists()) {
-    for (cv::Mat& coef : *list) {
-      if (coef.u == nullptr || coef.u->refcount != 1) {
-        coef = coef.clone();
-      }
-    }
+    std::for_each(list->begin(), list->end(), Unshare);
   }
 }
 

@@ -224,7 +224,7 @@ class MultiLayerCoeff {
   bool FitsPartition(const cv::Mat& coef) const;
   bool HoldsLayers() const;
   void MakeCoefs();
-  void Unshare();
+  void UnshareCoefs();
   std::array<std::vector<cv::Mat>*, 3> ColourLists();
   int32_t PrepareWhiteStep(const ChromaXYZ& white, const PartRecord& part, WhiteCoeff& step) const;
   int32_t TakeWhiteStep(const WhiteCoeff& step, const ChromaXYZ& white,

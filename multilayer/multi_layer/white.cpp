@@ -54,7 +54,7 @@ int32_t MultiLayerCoeff::ComputeWhite(const ChromaXYZ& white, const PartRecord& 
   if (first || unset) {
     MakeCoefs();
   }
-  Unshare();
+  UnshareCoefs();
   const int32_t singular =
       TakeWhiteStep(step, white, LayersOfStep(iterate_layer_order, iterate_count),
                     first ? Fold::kSet : Fold::kAdd, static_cast<size_t>(capture_layer_num));
@@ -91,7 +91,7 @@ int32_t MultiLayerCoeff::ComputeWhiteSingle(const ChromaXYZ& white, int32_t cur_
   if (const int32_t status = PrepareWhiteStep(white, part_x_y_w_h, step); status != 0) {
     return status;
   }
-  Unshare();
+  UnshareCoefs();
   TakeWhiteStep(step, white, {static_cast<int32_t>(layer)}, Fold::kAdd, /*captured=*/SIZE_MAX);
   return 0;
 }
@@ -129,7 +129,7 @@ int32_t MultiLayerCoeff::TakeWhiteStep(const WhiteCoeff& step, const ChromaXYZ& 
   int32_t singular = 0;
   ForEachStretch(white.X.rows, white.X.cols, continuous, kGainTile, [&](const Stretch& tile) {
     for (std::array<float, kGainTile>& gains : gain) {
-      gains.fill(1.0F);
+      std::fill_n(gains.begin(), tile.count, 1.0F);
     }
     singular += matrices.AddIncrements(white, step.target_white, tile,
                                        {gain[0].data(), gain[1].data(), gain[2].data()});

@@ -10,12 +10,14 @@
 
 #include "multilayer/coeff/chroma_coeff.h"
 #include "multilayer/coeff/chroma_plain.h"
+#include "tests/support/kernel_test.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/meters.h"
 
 namespace multilayer {
 namespace {
 
+using ChromaFit = testing::KernelTest;
 using testing::LogRecorder;
 using testing::SameBits;
 
@@ -90,7 +92,7 @@ Wall RandomWall(cv::Size size, uint64_t seed) {
   return wall;
 }
 
-TEST(ChromaFit, SolvesTheDenseEquations) {
+TEST_F(ChromaFit, SolvesTheDenseEquations) {
   const Wall wall = RandomWall({16, 8}, 1);
   const std::vector<cv::Mat> all_weights = {
       kOnes, (cv::Mat_<float>(4, 3) << 1, 300, 300, 1, 250, 400, 2, 100, 100, 0.5, 700, 700),
@@ -113,7 +115,7 @@ TEST(ChromaFit, SolvesTheDenseEquations) {
   }
 }
 
-TEST(ChromaFit, ReachesTargetsThatAgreeWithEachOther) {
+TEST_F(ChromaFit, ReachesTargetsThatAgreeWithEachOther) {
   const Wall wall = RandomWall({9, 5}, 2);
   // White = red + green + blue, so that all twelve equations hold.
   std::array<float, 12> targets;
@@ -146,7 +148,7 @@ TEST(ChromaFit, ReachesTargetsThatAgreeWithEachOther) {
   }
 }
 
-TEST(ChromaFit, HasTheBitsOfThePlainForm) {
+TEST_F(ChromaFit, HasTheBitsOfThePlainForm) {
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
   const std::vector<float> kOdd = {
       0.0F, -0.0F, 1e-45F, 1e-38F, 3e38F, kInfinity, std::numeric_limits<float>::quiet_NaN()};
@@ -182,7 +184,7 @@ TEST(ChromaFit, HasTheBitsOfThePlainForm) {
 
 // Dependent are: equal primaries, one that is a multiple of another (rounded), a mixture of the two
 // others (rounded), a dark one. Scale is no matter: not of all, not of one.
-TEST(ChromaFit, JudgesDependenceByTheSystemsOwnScale) {
+TEST_F(ChromaFit, JudgesDependenceByTheSystemsOwnScale) {
   LedPrimaries equal = kNominal;
   equal[2] = equal[0];
   LedPrimaries multiple = kNominal;
@@ -220,7 +222,7 @@ TEST(ChromaFit, JudgesDependenceByTheSystemsOwnScale) {
   }
 }
 
-TEST(ChromaFit, GivesZerosWhenWeightsOrTargetsLeaveAColourOpen) {
+TEST_F(ChromaFit, GivesZerosWhenWeightsOrTargetsLeaveAColourOpen) {
   const Wall wall = RandomWall({3, 2}, 3);
   std::array<float, 12> flat;
   std::copy(kTargets, kTargets + 12, flat.begin());
@@ -243,7 +245,7 @@ TEST(ChromaFit, GivesZerosWhenWeightsOrTargetsLeaveAColourOpen) {
   }
 }
 
-TEST(ChromaFit, RefusesAndLeavesTheSetAsItWas) {
+TEST_F(ChromaFit, RefusesAndLeavesTheSetAsItWas) {
   const Wall wall = RandomWall({3, 2}, 4);
   const Wall other = RandomWall({2, 3}, 4);
   ChromaCoeff set;

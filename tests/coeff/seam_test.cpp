@@ -122,6 +122,31 @@ TEST(Seam, SharedPlanesChangeInTheStatedOrder) {
   ExpectPlanes(b, plain_b);
 }
 
+// Both are regions of one wall, so that a line that is mixed is read again as another one.
+TEST(Seam, OverlappingRegionsChangeInTheStatedOrder) {
+  for (const bool columns : {false, true}) {
+    SCOPED_TRACE(columns);
+    auto wall = MakeSet<ChromaCoeff>({0, 0, 9, 9, 0, 0}, 1);
+    ChromaCoeff first = wall;
+    ChromaCoeff second = wall;
+    Planes source;
+    Planes target;
+    for (size_t p = 0; p < wall.coef.size(); ++p) {
+      first.coef[p] = wall.coef[p](cv::Rect(0, 0, 8, 8));
+      second.coef[p] = wall.coef[p](cv::Rect(1, 1, 8, 8));
+      const cv::Mat copy = columns ? cv::Mat(wall.coef[p].t()) : wall.coef[p].clone();
+      source.push_back(copy(cv::Rect(0, 0, 8, 8)));
+      target.push_back(copy(cv::Rect(1, 1, 8, 8)));
+    }
+    first.part = {0, 0, 8, 8, 0, 0};
+    second.part = {columns ? 0 : 2, columns ? 2 : 0, 8, 8, 0, 0};
+    PlainBlend(target, source, 6, true);
+    EXPECT_EQ(ChromaCoeff::CombineDaul(&first, &second), 0);
+    ExpectPlanes(first, source, columns);
+    ExpectPlanes(second, target, columns);
+  }
+}
+
 TEST(Seam, PlacesAtTheEndsOfTheirRange) {
   for (const int32_t x : {INT32_MIN, INT32_MAX}) {
     auto a = MakeSet<LumCoeff>({x, 0, 2, 2, 0, 0}, 1);

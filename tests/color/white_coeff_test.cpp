@@ -9,6 +9,7 @@
 #include <opencv2/core.hpp>
 
 #include "multilayer/color/white_plain.h"
+#include "tests/support/kernel_test.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/meters.h"
 
@@ -18,6 +19,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+
+using WhiteKernel = KernelTest;
 
 constexpr float kIdentity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 constexpr float kOnes[3] = {1, 1, 1};
@@ -77,7 +80,7 @@ void ExpectDefinedGains(const Matrix3& m, const std::array<float, 3>& delta,
   }
 }
 
-TEST(WhiteCoeff, IdentityMovesEachChannelByItsDifference) {
+TEST_F(WhiteKernel, IdentityMovesEachChannelByItsDifference) {
   WhiteCoeff coeff;
   ASSERT_EQ(coeff.SetTargetWhite(kOnes), 0);
   ASSERT_EQ(coeff.SetRGBXYZ(kIdentity), 0);
@@ -93,7 +96,7 @@ TEST(WhiteCoeff, IdentityMovesEachChannelByItsDifference) {
   EXPECT_EQ(coeff.coef_r.at<float>(0, 0), 2.0F);
 }
 
-TEST(WhiteCoeff, NineFloatsArePrimariesInColumns) {
+TEST_F(WhiteKernel, NineFloatsArePrimariesInColumns) {
   WhiteCoeff coeff;
   const float nine[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
   ASSERT_EQ(coeff.SetRGBXYZ(nine), 0);
@@ -102,7 +105,7 @@ TEST(WhiteCoeff, NineFloatsArePrimariesInColumns) {
 
 // Random LEDs, one with dependent primaries and one with a NaN, with primaries of their own and
 // with the one matrix, which wins when both are set.
-TEST(WhiteCoeff, GivesTheBitsOfTheDefinition) {
+TEST_F(WhiteKernel, GivesTheBitsOfTheDefinition) {
   const float target[3] = {0.9F, 0.95F, 1.0F};
   const float nine[9] = {0.69F, 0.31F, 0.01F, 0.18F, 0.72F, 0.1F, 0.13F, 0.06F, 0.8F};
   for (const int cols : {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 33, 257}) {
@@ -147,7 +150,7 @@ TEST(WhiteCoeff, GivesTheBitsOfTheDefinition) {
   }
 }
 
-TEST(WhiteCoeff, Refusals) {
+TEST_F(WhiteKernel, Refusals) {
   const cv::Size size(20, 10);
   const ChromaXYZ white = Constant(1, 1, 1, size);
   WhiteCoeff coeff;
@@ -176,13 +179,17 @@ TEST(WhiteCoeff, Refusals) {
               ElementsAre("WhiteCoeff::Compute-- W XYZ and rgb_xyz data size mismatched"));
 }
 
-TEST(WhiteCoeff, CopiesAndPublicFieldsDoNoHarm) {
+TEST_F(WhiteKernel, CopiesAndPublicFieldsDoNoHarm) {
   const cv::Size size(2, 2);
   const ChromaXYZ white = Constant(0.5F, 0.5F, 0.5F, size);
   WhiteCoeff coeff;
   coeff.SetTargetWhite(kOnes);
   coeff.SetRGBXYZ(kIdentity);
+  ASSERT_EQ(coeff.Compute(white, PartOf(size)), 0);
   WhiteCoeff copy = coeff;
+  ASSERT_EQ(copy.Compute(white, PartOf(size)), 0);
+  EXPECT_EQ(coeff.coef_r.at<float>(0, 0), 1.5F) << "the copy has gains of its own";
+  EXPECT_EQ(copy.coef_r.at<float>(0, 0), 2.0F);
   const float nine[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
   copy.SetRGBXYZ(nine);
   EXPECT_EQ(coeff.rgb2xyz.at<float>(0, 1), 0.0F);
@@ -193,12 +200,13 @@ TEST(WhiteCoeff, CopiesAndPublicFieldsDoNoHarm) {
   EXPECT_EQ(coeff.Compute(white, PartOf(size)), 9);
   coeff.SetRGBXYZ(kIdentity);
   coeff.rgb_xyz = {};
+  coeff.coef_g.release();
   coeff.coef_r = cv::Mat::ones(9, 9, CV_32FC1);
   EXPECT_EQ(coeff.Compute(white, PartOf(size)), 0) << "one gain is missing: all start anew";
   EXPECT_EQ(coeff.coef_r.size(), size);
 }
 
-TEST(WhiteCoeff, GoldenBytesOfAFile) {
+TEST_F(WhiteKernel, GoldenBytesOfAFile) {
   WhiteCoeff coeff;
   coeff.singular_count = 3;
   coeff.coef_r = (cv::Mat_<float>(1, 2) << 1, 2);
@@ -225,7 +233,7 @@ TEST(WhiteCoeff, GoldenBytesOfAFile) {
   EXPECT_EQ(read.part.screen_w, 3);
 }
 
-TEST(WhiteCoeff, ARestoredObjectGoesOnFromItsGains) {
+TEST_F(WhiteKernel, ARestoredObjectGoesOnFromItsGains) {
   const std::string path = ::testing::TempDir() + "restored.whitecoeff";
   const cv::Size size(3, 2);
   const ChromaXYZ white = Constant(0.5F, 0.5F, 0.5F, size);

@@ -243,7 +243,7 @@ TEST(CoefficientFile, BadContentsLeaveTheEngineAsItWas) {
       {"rows", WithWord(kGolden, kPosHardware, INT32_MAX), 9, 9, kDataError, kDataError},
       {"depth", WithWord(kGolden, kFirstRed + 8, -1), 9, 9, kDataError, kDataError},
       {"channels", WithWord(kGolden, kFirstRed + 12, 513), 9, 9, kDataError, kDataError},
-      {"channels of the last matrix", WithWord(kGolden, kFirstRed + 5 * 24 + 12, 0), 9, 9,
+      {"channels of the last matrix", WithWord(kGolden, kFirstRed + size_t{5} * 24 + 12, 0), 9, 9,
        kDataError, kDataError},
   };
   const TempFolder folder;
@@ -278,7 +278,7 @@ TEST(CoefficientFile, WhatAShortStreamLacksIsZero) {
       {"half a value", kGolden.size() - 2, Pair(-1, 0), Pair(5, 6)},
       {"no values", kGolden.size() - 8, Pair(0, 0), Pair(5, 6)},
       {"half a header", kGolden.size() - 16, {}, Pair(5, 6)},
-      {"two matrices", kGolden.size() - 2 * 24, {}, {}},
+      {"two matrices", kGolden.size() - size_t{2} * 24, {}, {}},
   };
   const TempFolder folder;
   for (const auto& [name, length, last_blue, last_green] : cases) {

@@ -246,8 +246,8 @@ TEST(AllocationMeter, SeesVectorsMatricesAndThePeak) {
     const cv::Mat matrix(100, 100, CV_32FC1);
     const size_t whole = 40000U + sizeof(cv::UMatData) + sizeof(void*) + 64;  // with its alignment
     EXPECT_EQ(meter.peak(), whole);
-    const cv::Mat shared = matrix;
-    EXPECT_EQ(meter.peak(), whole);
+    const cv::Mat shared[] = {matrix};
+    EXPECT_EQ(meter.peak(), whole) << shared[0].total();
   }
   const AllocationMeter later;
   EXPECT_EQ(later.peak(), 0U);

@@ -44,4 +44,11 @@ bool SameBits(const cv::Mat& a, const cv::Mat& b) {
   return true;
 }
 
+void MakeDiscontinuous(cv::Mat& matrix) {
+  cv::Mat wide(matrix.rows, matrix.cols + 3, matrix.type(), cv::Scalar(77));
+  cv::Mat region = wide.colRange(1, matrix.cols + 1);
+  matrix.copyTo(region);
+  matrix = region;
+}
+
 }  // namespace multilayer::testing

@@ -27,6 +27,9 @@ struct MeterSet {
 MeterSet MakeIdealSet(cv::Size size, const std::vector<LayerRecord>& layers,
                       const float (&full_scale)[3]);
 
+// The same elements in a matrix whose rows stand apart in memory.
+void MakeDiscontinuous(cv::Mat& matrix);
+
 // Bit-for-bit equality, NaNs included.
 bool SameBits(const cv::Mat& a, const cv::Mat& b);
 
