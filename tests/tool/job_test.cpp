@@ -10,11 +10,8 @@
 namespace multilayer::tool {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using testing::ReadFile;
 using testing::TemporaryFolder;
 using testing::WriteFile;
 
