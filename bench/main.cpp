@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 #include <benchmark/benchmark.h>
 
+#include "bench/instruction_sets.h"
 #include "bench/measure.h"
 #include "bench/report.h"
 
@@ -17,6 +18,7 @@ namespace {
 struct Options {
   std::string filter = ".";
   std::vector<std::string> sizes = {"256x256", "1920x1080", "3840x2160"};
+  std::vector<std::string> sets = AvailableSets();
   std::string json;
   Repetitions repetitions;
 };
@@ -53,7 +55,7 @@ int Run(const Options& options) {
       continue;
     }
     for (const cv::Size size : sizes) {
-      for (const Measurement& one : Measure(which, size, options.repetitions)) {
+      for (const Measurement& one : Measure(which, size, options.sets, options.repetitions)) {
         PrintRow(one);
         same &= one.same_as_defined.value_or(true);
         all.push_back(one);
@@ -79,6 +81,9 @@ int Main(int argc, char** argv) {
   CLI::App app("Times every computation, as shipped, as defined, and the floor.");
   app.add_option("filter", options.filter, "Regular expression over the computations' names");
   app.add_option("--size", options.sizes, "LEDs, WIDTHxHEIGHT; may be repeated")
+      ->capture_default_str();
+  app.add_option("--set", options.sets, "Instruction set of the kernels; may be repeated")
+      ->check(CLI::IsMember(AvailableSets()))
       ->capture_default_str();
   app.add_option("--json", options.json, "File to write the table to as JSON")->take_last();
   app.add_option("--repetitions", options.repetitions.count, "Of which the median counts")

@@ -101,7 +101,9 @@ bool SameBytes(const Mats& a, const Mats& b) {
 
 }  // namespace
 
-std::vector<Measurement> Measure(const Case& which, cv::Size size, const Repetitions& repetitions) {
+std::vector<Measurement> Measure(const Case& which, cv::Size size,
+                                 const std::vector<std::string>& sets,
+                                 const Repetitions& repetitions) {
   const std::unique_ptr<Computation> computation = which.make(size);
   Measurement common;
   common.computation = which.name;
@@ -118,7 +120,7 @@ std::vector<Measurement> Measure(const Case& which, cv::Size size, const Repetit
     defined = CloneResults(*computation);
   }
   std::vector<Measurement> all;
-  for (const std::string& set : which.has_kernels ? AvailableSets() : NoSet()) {
+  for (const std::string& set : which.has_kernels ? sets : NoSet()) {
     const ForcedSet forced(set);
     Measurement& one = all.emplace_back(common);
     one.instruction_set = set;

@@ -42,7 +42,9 @@ struct Repetitions {
   double seconds = 0.05;  // of each at least, in as many runs as that takes
 };
 
-// One measurement for each available instruction set, or a single one.
-std::vector<Measurement> Measure(const Case& which, cv::Size size, const Repetitions& repetitions);
+// One measurement for each instruction set of `sets` if there are kernels, or a single one.
+std::vector<Measurement> Measure(const Case& which, cv::Size size,
+                                 const std::vector<std::string>& sets,
+                                 const Repetitions& repetitions);
 
 }  // namespace multilayer::bench

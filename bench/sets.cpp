@@ -1,4 +1,6 @@
 // The single-layer sets: the luminance factors; merging, blending and joining sets of both kinds.
+#include <type_traits>
+
 #include "bench/cases.h"
 #include "bench/wall.h"
 #include "multilayer/coeff/chroma_coeff.h"
@@ -145,6 +147,15 @@ class Combine : public Computation {
 
   void Shipped() override { Must(Set::CombineDaul(&a_, &b_)); }
 
+  bool HasPlain() const override { return true; }
+  void Plain() override {
+    // The first of two luminance sets takes, of two chroma sets gives.
+    const bool takes = std::is_same_v<Set, LumCoeff>;
+    const int n = by_columns ? size().width : size().height;
+    BlendPlain(ViewOf(takes ? &b_ : &a_), ViewOf(takes ? &a_ : &b_),
+               by_columns ? Lines::kColumns : Lines::kRows, n, takes ? 1 : static_cast<float>(n));
+  }
+
   Touched Memory() override {
     Touched memory;
     memory.updated = PlanesOf(a_);
@@ -172,6 +183,13 @@ class Assemble : public Computation {
   }
 
   void Shipped() override { Must(Set::Assemble({&left_, &right_}, joined_)); }
+
+  bool HasPlain() const override { return true; }
+  void Plain() override {
+    const SetView out = ViewOf(&joined_);
+    const std::vector<float> ones(out.planes.size(), 1);  // of which nothing is left
+    AssemblePlain({ViewOf(&left_), ViewOf(&right_)}, ones, out);
+  }
 
   Touched Memory() override {
     Touched memory = {

@@ -38,48 +38,57 @@ bool MayShareElements(const std::vector<cv::Mat>& source, const std::vector<cv::
          std::adjacent_find(blocks.begin(), blocks.end()) != blocks.end();
 }
 
-// The weights of a seam's lines.
-struct Weights {
-  int64_t n;
-  float divisor;
-
-  void Blend(int64_t k, float& source, float& target) const {
-    target =
-        (static_cast<float>(n - 1 - k) * source + static_cast<float>(k + 1) * target) / divisor;
-    source = target;
-  }
-};
+// What both LEDs of a seam become. Weights by value: a float in memory might be one of the LEDs.
+void Blend(float source_weight, float target_weight, float divisor, float& source, float& target) {
+  target = (source_weight * source + target_weight * target) / divisor;
+  source = target;
+}
 
 // Line k of a target of `lines` lines meets line `lines` - 1 - k of the source, for k from `first` to
 // `end` - 1, in `places` places.
 struct Seam {
   std::vector<cv::Mat> source;
   std::vector<cv::Mat> target;
-  Weights weights;
+  int64_t n;
+  float divisor;
   int lines;
   int first;
   int end;
   int places;
 
+  float SourceWeight(int k) const { return static_cast<float>(n - 1 - k); }
+  float TargetWeight(int k) const { return static_cast<float>(int64_t{k} + 1); }
+
   void BlendRows() {
+    const float by = divisor;
     for (int k = first; k < end; ++k) {
+      const float source_weight = SourceWeight(k);
+      const float target_weight = TargetWeight(k);
       for (size_t p = 0; p < target.size(); ++p) {
         auto* const from = source[p].ptr<float>(lines - 1 - k);
         auto* const to = target[p].ptr<float>(k);
         for (int place = 0; place < places; ++place) {
-          weights.Blend(k, from[place], to[place]);
+          Blend(source_weight, target_weight, by, from[place], to[place]);
         }
       }
     }
   }
 
   void BlendColumns() {
+    std::vector<float> source_weights;
+    std::vector<float> target_weights;
+    for (int k = first; k < end; ++k) {
+      source_weights.push_back(SourceWeight(k));
+      target_weights.push_back(TargetWeight(k));
+    }
+    const float by = divisor;
+    const int count = end - first;
     for (int place = 0; place < places; ++place) {
       for (size_t p = 0; p < target.size(); ++p) {
-        auto* const from = source[p].ptr<float>(place);
-        auto* const to = target[p].ptr<float>(place);
-        for (int k = first; k < end; ++k) {
-          weights.Blend(k, from[lines - 1 - k], to[k]);
+        auto* const last = source[p].ptr<float>(place) + (lines - 1 - first);
+        auto* const to = target[p].ptr<float>(place) + first;
+        for (int i = 0; i < count; ++i) {
+          Blend(source_weights[i], target_weights[i], by, last[-i], to[i]);
         }
       }
     }
@@ -94,7 +103,8 @@ struct Seam {
     for (int k = first; k < end; ++k) {
       for (int place = 0; place < places; ++place) {
         for (size_t p = 0; p < target.size(); ++p) {
-          weights.Blend(k, at(source[p], lines - 1 - k, place), at(target[p], k, place));
+          Blend(SourceWeight(k), TargetWeight(k), divisor, at(source[p], lines - 1 - k, place),
+                at(target[p], k, place));
         }
       }
     }
@@ -139,6 +149,31 @@ bool MakePartition(const Box& box, PartRecord& part) {
 }
 
 bool CoversLeds(const PartRecord& part) { return part.w > 0 && part.h > 0; }
+
+bool Overlap(const PartRecord& a, const PartRecord& b) {
+  const auto meet = [](int64_t a_begin, int64_t a_size, int64_t b_begin, int64_t b_size) {
+    return a_begin < b_begin + b_size && b_begin < a_begin + a_size;
+  };
+  return meet(a.x, a.w, b.x, b.w) && meet(a.y, a.h, b.y, b.h);
+}
+
+// Whether every LED of the bounding box is found to be in a set: known where none is in two.
+bool Tile(const std::vector<SetView>& sets, const PartRecord& box) {
+  int64_t leds = 0;
+  for (size_t i = 0; i < sets.size(); ++i) {
+    const PartRecord& part = sets[i].part;
+    if (!CoversLeds(part)) {
+      continue;
+    }
+    leds += int64_t{part.w} * part.h;
+    for (size_t j = 0; j < i; ++j) {
+      if (CoversLeds(sets[j].part) && Overlap(part, sets[j].part)) {
+        return false;
+      }
+    }
+  }
+  return leds == int64_t{box.w} * box.h;
+}
 
 bool FillsPartition(const SetView& set) {
   return !CoversLeds(set.part) ||
@@ -237,7 +272,8 @@ void BlendSeam(const SetView& source, const SetView& target, Lines lines, int64_
   Seam seam = {};
   seam.source = source.planes;
   seam.target = target.planes;
-  seam.weights = {n, divisor};
+  seam.n = n;
+  seam.divisor = divisor;
   seam.lines = rows ? to.rows : to.cols;
   seam.first = std::max(0, seam.lines - (rows ? from.rows : from.cols));
   seam.end = static_cast<int>(std::clamp<int64_t>(n, 0, seam.lines));
@@ -266,9 +302,12 @@ int32_t AssembleSets(const char* class_name, const std::vector<SetView>& sets,
   if (!MakePartition(BoundingBox(sets), joined.part)) {
     return Fail(9, "%s::Assemble--Error :: Input parts span no LED or too many.", class_name);
   }
+  const bool gaps = !Tile(sets, joined.part);
   for (const float value : neutral) {
-    joined.planes.emplace_back(joined.part.h, joined.part.w, CV_32FC1,
-                               cv::Scalar(static_cast<double>(value)));
+    cv::Mat& plane = joined.planes.emplace_back(joined.part.h, joined.part.w, CV_32FC1);
+    if (gaps) {
+      plane.setTo(static_cast<double>(value));
+    }
   }
   for (const SetView& set : sets) {
     Place(set, joined);

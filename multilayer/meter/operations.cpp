@@ -32,14 +32,25 @@ float TargetOf(int32_t type, const float* target) {
   return type == CIE_X ? target[0] : type == CIE_Y ? target[1] : target[2];
 }
 
-// A plain sum in double: the matrix library's own mean adds in the order of its vector units.
+// In double, in an order of our own: the matrix library's mean adds in that of its vector units.
+// Column x counts to sum x mod 16, over all rows, so that an addition need not wait for the one before
+// it; the sixteen are added in their order.
 double MeanOf(const cv::Mat& plane) {
-  double sum = 0;
+  std::array<double, 16> sums = {};
+  constexpr int kSums = sums.size();
   for (int row = 0; row < plane.rows; ++row) {
     const float* values = plane.ptr<float>(row);
-    sum = std::accumulate(values, values + plane.cols, sum);
+    const int whole = plane.cols - plane.cols % kSums;
+    for (int col = 0; col < whole; col += kSums) {
+      for (int i = 0; i < kSums; ++i) {
+        sums[i] += static_cast<double>(values[col + i]);
+      }
+    }
+    for (int col = whole; col < plane.cols; ++col) {
+      sums[col - whole] += static_cast<double>(values[col]);
+    }
   }
-  return sum / static_cast<double>(plane.total());
+  return std::accumulate(sums.begin(), sums.end(), 0.0) / static_cast<double>(plane.total());
 }
 
 // The mean over the LEDs within radius + 0.5 of (x, y), in single precision; none if the disc
@@ -72,6 +83,22 @@ bool CanWriteImage(const std::string& fullname, const cv::Mat& image) {
   return fullname.find('\0') == std::string::npos && cv::haveImageWriter(fullname) &&
          std::max(image.rows, image.cols) <= 1000000 &&
          strncasecmp(std::strrchr(fullname.c_str(), '.'), ".exr", 4) != 0;
+}
+
+// The first of `cols` LEDs, from `col` on, that is marked dead; `cols` if none is. Few are: eight are
+// looked at together.
+int NextDead(const uint8_t* states, int col, int cols) {
+  constexpr uint64_t kAnyDead = LED_DEAD * 0x0101010101010101U;
+  for (uint64_t word = 0; col + 8 <= cols; col += 8) {
+    std::memcpy(&word, states + col, sizeof(word));
+    if ((word & kAnyDead) != 0) {
+      break;
+    }
+  }
+  while (col < cols && (states[col] & LED_DEAD) == 0) {
+    ++col;
+  }
+  return col;
 }
 
 // The median of the 3 x 3 neighbourhood of an LED, the border repeated. NaN counts as the largest.
@@ -120,10 +147,9 @@ int32_t LedMeter::FixDeadPoint() {
   std::vector<std::pair<float*, float>> repaired;
   for (int row = 0; row < chroma.rows; ++row) {
     const auto* states = state.ptr<uint8_t>(row);
-    for (int col = 0; col < chroma.cols; ++col) {
-      if ((states[col] & LED_DEAD) != 0) {
-        repaired.emplace_back(chroma.ptr<float>(row) + col, MedianAround(chroma, row, col));
-      }
+    for (int col = NextDead(states, 0, chroma.cols); col < chroma.cols;
+         col = NextDead(states, col + 1, chroma.cols)) {
+      repaired.emplace_back(chroma.ptr<float>(row) + col, MedianAround(chroma, row, col));
     }
   }
   for (const auto& [value, median] : repaired) {

@@ -256,6 +256,24 @@ TYPED_TEST(CoeffSet, AssemblesRelativeToTheBoxIntoAnEntry) {
   }
 }
 
+// Four LEDs of the eight are in two sets or in none, so that the sets count as many as the whole has.
+TYPED_TEST(CoeffSet, FillsTheGapThatAnOverlapHides) {
+  auto left = MakeSet<TypeParam>({0, 0, 2, 2, 0, 0}, 1);
+  auto over = MakeSet<TypeParam>({1, 0, 1, 2, 0, 0}, 2);
+  auto right = MakeSet<TypeParam>({3, 0, 1, 2, 0, 0}, 3);
+  TypeParam out;
+  ASSERT_EQ(TypeParam::Assemble({&left, &over, &right}, out), 0);
+  for (size_t p = 0; p < PlanesOf(out).size(); ++p) {
+    const float neutral = PlanesOf(out).size() == 3 || p % 4 == 0 ? 1.0F : 0.0F;
+    cv::Mat expected;
+    cv::hconcat(
+        std::vector<cv::Mat>{PlanesOf(left)[p]->col(0), *PlanesOf(over)[p],
+                             cv::Mat(2, 1, CV_32FC1, cv::Scalar(neutral)), *PlanesOf(right)[p]},
+        expected);
+    EXPECT_TRUE(SameBits(*PlanesOf(out)[p], expected)) << *PlanesOf(out)[p];
+  }
+}
+
 TYPED_TEST(CoeffSet, RefusesToAssembleWhatIsNoPartition) {
   const std::string small = "Assemble--Error :: Input matrix is smaller than its partition.";
   const std::string no_part = "Assemble--Error :: Input parts span no LED or too many.";

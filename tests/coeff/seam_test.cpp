@@ -1,47 +1,36 @@
-// Seam blends, held to a plain transcription of their equations, and the pairs that are blended.
+// Seam blends, held to their plain form, and the pairs that are blended.
 #include <algorithm>
 #include <utility>
 
 #include <gmock/gmock.h>
 
+#include "multilayer/coeff/coeff_set_plain.h"
 #include "tests/coeff/sets.h"
 #include "tests/support/meters.h"
 
 namespace multilayer::testing {
 namespace {
 
-bool Holds(const cv::Mat& mat, int row, int col) {
-  return row >= 0 && row < mat.rows && col >= 0 && col < mat.cols;
-}
-
-// The first rows of `t` take, the last rows of `s` give.
-void PlainBlend(Planes t, Planes s, int n, bool divide) {
-  const int rows = t[0].rows;
-  for (int k = 0; k < n; ++k) {
-    const int m = rows - 1 - k;
-    for (int j = 0; j < t[0].cols; ++j) {
-      for (size_t p = 0; p < t.size(); ++p) {
-        if (Holds(t[p], k, j) && Holds(s[p], m, j)) {
-          const float sum = static_cast<float>(n - 1 - k) * s[p].at<float>(m, j) +
-                            static_cast<float>(k + 1) * t[p].at<float>(k, j);
-          t[p].at<float>(k, j) = divide ? sum / static_cast<float>(n) : sum;
-          s[p].at<float>(m, j) = t[p].at<float>(k, j);
-        }
-      }
-    }
-  }
-}
+SetView ViewOf(const Planes& planes) { return {planes, {}}; }
 
 template <class Set>
-void ExpectPlanes(Set& set, const Planes& expected, bool transposed = false) {
+void ExpectPlanes(Set& set, const Planes& expected) {
   for (size_t p = 0; p < expected.size(); ++p) {
-    const cv::Mat plane = transposed ? cv::Mat(expected[p].t()) : expected[p];
-    EXPECT_TRUE(SameBits(*PlanesOf(set)[p], plane)) << "plane " << p;
+    EXPECT_TRUE(SameBits(*PlanesOf(set)[p], expected[p])) << "plane " << p;
   }
 }
 
 // Of the other set, as tall and wide as the first, shorter, larger, narrower.
 const cv::Size kSizes[] = {{4, 5}, {4, 3}, {6, 7}, {2, 5}};
+
+// The equation by hand: the first of three columns takes from the last of the other set, and so on.
+TEST(Seam, PlainFormFollowsTheEquation) {
+  const Planes source = {(cv::Mat_<float>(1, 3) << 3, 6, 9)};
+  const Planes target = {(cv::Mat_<float>(1, 3) << 12, 15, 18)};
+  BlendPlain(ViewOf(source), ViewOf(target), Lines::kColumns, 3, 3);
+  EXPECT_TRUE(SameBits(target[0], (cv::Mat_<float>(1, 3) << 10, 12, 18)));
+  EXPECT_TRUE(SameBits(source[0], (cv::Mat_<float>(1, 3) << 18, 12, 10)));
+}
 
 TEST(Seam, LuminanceTakesRowsInMirroredOrder) {
   for (const cv::Size& size : kSizes) {
@@ -51,7 +40,7 @@ TEST(Seam, LuminanceTakesRowsInMirroredOrder) {
       auto b = MakeSet<LumCoeff>({0, 2, 4, 5, 0, 0}, 2, size);
       const Planes plain_a = CopyOf(a);
       const Planes plain_b = CopyOf(b);
-      PlainBlend(plain_a, plain_b, n, false);
+      BlendPlain(ViewOf(plain_b), ViewOf(plain_a), Lines::kRows, n, 1);
       EXPECT_EQ(LumCoeff::CombineDaul(&a, &b), 0);
       ExpectPlanes(a, plain_a);
       ExpectPlanes(b, plain_b);
@@ -68,37 +57,41 @@ TEST(Seam, LuminanceTakesRowsInMirroredOrder) {
 }
 
 // Whichever is named first, the set at the smaller place gives; at equal places, the first named.
-void ExpectChromaBlend(bool columns, bool swapped, int place, cv::Size size) {
+void ExpectChromaBlend(Lines lines, bool swapped, int side, int place, cv::Size size) {
+  const bool columns = lines == Lines::kColumns;
   SCOPED_TRACE(::testing::Message() << size << " place " << place << " " << columns << swapped);
-  auto first = MakeSet<ChromaCoeff>({0, 0, 5, 5, 0, 0}, 1);
-  auto second = MakeSet<ChromaCoeff>({place, 0, 5, 9, 0, 0}, 2, size);
+  auto first = MakeSet<ChromaCoeff>({0, 0, side, side, 0, 0}, 1);
+  auto second = MakeSet<ChromaCoeff>({place, 0, side, side + 4, 0, 0}, 2, size);
   if (columns) {
-    second.part = {0, place, 9, 5, 0, 0};
+    second.part = {0, place, side + 4, side, 0, 0};
   }
   Planes source = CopyOf(first);
   Planes target = CopyOf(second);
-  for (size_t p = 0; p < 9 && columns; ++p) {
-    source[p] = source[p].t();
-    target[p] = target[p].t();
-  }
   const bool turned = swapped && place == 0;
   if (turned) {
     std::swap(source, target);
   }
-  PlainBlend(target, source, target[0].rows - place, true);
+  const int n = (columns ? target[0].cols : target[0].rows) - place;
+  BlendPlain(ViewOf(source), ViewOf(target), lines, n, static_cast<float>(n));
   EXPECT_EQ(swapped ? ChromaCoeff::CombineDaul(&second, &first)
                     : ChromaCoeff::CombineDaul(&first, &second),
             0);
-  ExpectPlanes(first, turned ? target : source, columns);
-  ExpectPlanes(second, turned ? source : target, columns);
+  ExpectPlanes(first, turned ? target : source);
+  ExpectPlanes(second, turned ? source : target);
 }
 
 TEST(Seam, ChromaTakesRowsOrColumnsInMirroredOrder) {
-  for (const cv::Size& size : kSizes) {
-    for (int place = 0; place <= 7; ++place) {
-      for (const bool columns : {false, true}) {
-        ExpectChromaBlend(columns, false, place, size);
-        ExpectChromaBlend(columns, true, place, size);
+  for (const Lines lines : {Lines::kRows, Lines::kColumns}) {
+    for (const bool swapped : {false, true}) {
+      for (const cv::Size& size : kSizes) {
+        for (int place = 0; place <= 7; ++place) {
+          ExpectChromaBlend(lines, swapped, 5, place, size);
+        }
+      }
+      // Seams of more LEDs than are blended together.
+      for (const int place : {0, 1, 30}) {
+        ExpectChromaBlend(lines, swapped, 37, place, {37, 37});
+        ExpectChromaBlend(lines, swapped, 37, place, {33, 35});
       }
     }
   }
@@ -113,11 +106,11 @@ TEST(Seam, SharedPlanesChangeInTheStatedOrder) {
   const cv::Mat shared = a.coef_r.clone();
   const Planes plain_a = {shared, shared, a.coef_b.clone()};
   const Planes plain_b = {b.coef_r.clone(), b.coef_g.clone(), shared};
-  PlainBlend(plain_a, plain_b, 4, false);
+  BlendPlain(ViewOf(plain_b), ViewOf(plain_a), Lines::kRows, 4, 1);
   EXPECT_EQ(LumCoeff::CombineDaul(&a, &b), 0);
   ExpectPlanes(a, plain_a);
   ExpectPlanes(b, plain_b);
-  PlainBlend(plain_b, plain_b, 5, false);
+  BlendPlain(ViewOf(plain_b), ViewOf(plain_b), Lines::kRows, 5, 1);
   EXPECT_EQ(LumCoeff::CombineDaul(&b, &b), 0) << "with itself";
   ExpectPlanes(b, plain_b);
 }
@@ -134,16 +127,16 @@ TEST(Seam, OverlappingRegionsChangeInTheStatedOrder) {
     for (size_t p = 0; p < wall.coef.size(); ++p) {
       first.coef[p] = wall.coef[p](cv::Rect(0, 0, 8, 8));
       second.coef[p] = wall.coef[p](cv::Rect(1, 1, 8, 8));
-      const cv::Mat copy = columns ? cv::Mat(wall.coef[p].t()) : wall.coef[p].clone();
+      const cv::Mat copy = wall.coef[p].clone();
       source.push_back(copy(cv::Rect(0, 0, 8, 8)));
       target.push_back(copy(cv::Rect(1, 1, 8, 8)));
     }
     first.part = {0, 0, 8, 8, 0, 0};
     second.part = {columns ? 0 : 2, columns ? 2 : 0, 8, 8, 0, 0};
-    PlainBlend(target, source, 6, true);
+    BlendPlain(ViewOf(source), ViewOf(target), columns ? Lines::kColumns : Lines::kRows, 6, 6);
     EXPECT_EQ(ChromaCoeff::CombineDaul(&first, &second), 0);
-    ExpectPlanes(first, source, columns);
-    ExpectPlanes(second, target, columns);
+    ExpectPlanes(first, source);
+    ExpectPlanes(second, target);
   }
 }
 

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
 
 #include "multilayer/meter/led_meter.h"
 #include "tests/golden/images.h"
@@ -52,6 +53,24 @@ TEST(FixDeadPoint, GivesDeadLedsTheMedianAroundThem) {
   EXPECT_EQ(meter.chroma.at<float>(1, 1), 6) << "of 2 3 4 4 6 7 8 NaN NaN";
 }
 
+// Beside what else a state says, at each place of rows that are looked at eight LEDs at a time.
+TEST(FixDeadPoint, FindsEveryDeadLedAndNoOther) {
+  for (const int cols : {1, 7, 8, 9, 21}) {
+    for (int dead = 0; dead < cols; ++dead) {
+      LedMeter meter = Counted(2, cols);
+      meter.state.setTo(0xFF ^ LED_DEAD);
+      meter.state.at<uint8_t>(1, dead) = 0xFF;
+      meter.chroma.at<float>(1, dead) = -1;
+      cv::Mat expected = meter.chroma.clone();
+      cv::Mat median;
+      cv::medianBlur(expected, median, 3);
+      expected.at<float>(1, dead) = median.at<float>(1, dead);
+      EXPECT_EQ(meter.FixDeadPoint(), 0);
+      EXPECT_TRUE(SameBits(meter.chroma, expected)) << dead << " of " << cols;
+    }
+  }
+}
+
 TEST(Align, BringsTheMeanOfAllLedsToTheTargetOfTheType) {
   const float target[] = {10, 100, 1000};
   const std::pair<int32_t, double> cases[] = {
@@ -65,6 +84,11 @@ TEST(Align, BringsTheMeanOfAllLedsToTheTargetOfTheType) {
               0);
     EXPECT_EQ(meter.chroma.at<float>(2, 4), 15 * static_cast<float>(mean / 8)) << type;
     EXPECT_NEAR(cv::mean(meter.chroma)[0], mean, 1e-4 * mean);
+  }
+  for (const int cols : {15, 16, 17, 50}) {  // of columns that are summed sixteen at a time
+    LedMeter wide = Counted(3, cols);
+    EXPECT_EQ(wide.Align(target, nullptr, nullptr), 0);
+    EXPECT_EQ(wide.chroma.at<float>(0, 1), 2 * static_cast<float>(100 / (0.5 * (3 * cols + 1))));
   }
   LedMeter dark = Counted(1, 1);
   dark.chroma.at<float>(0, 0) = 0;
