@@ -23,10 +23,16 @@ const std::vector<std::string> kMain = {"norm",
                                         "single-gray step",
                                         "chroma fit",
                                         "luminance set",
+                                        "merge, chroma",
+                                        "combine, chroma, rows",
+                                        "combine, chroma, columns",
                                         "assemble, chroma",
                                         "write .mlcoefs, buffer",
                                         "read .mlcoefs, buffer",
+                                        "write .meter, buffer",
+                                        "read .meter, buffer",
                                         "add shots",
+                                        "dead-point repair",
                                         "align"};
 
 // Wider than a tile of LEDs, and no multiple of a vector's width.

@@ -7,7 +7,7 @@
 #include <opencv2/core.hpp>
 
 #include "tests/golden/images.h"
-#include "tests/io/allocation_meter.h"
+#include "tests/support/allocation_meter.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/meters.h"
 

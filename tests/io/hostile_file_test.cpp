@@ -13,7 +13,7 @@
 #include "multilayer/meter/led_meter.h"
 #include "multilayer/multi_layer/multi_layer_coeff.h"
 #include "tests/golden/images.h"
-#include "tests/io/allocation_meter.h"
+#include "tests/support/allocation_meter.h"
 #include "tests/support/log_recorder.h"
 
 namespace multilayer {

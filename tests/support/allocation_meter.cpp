@@ -1,5 +1,5 @@
 // Replaces operator new and the matrices' allocator by ones that count.
-#include "tests/io/allocation_meter.h"
+#include "tests/support/allocation_meter.h"
 
 #include <algorithm>
 #include <atomic>
