@@ -1,5 +1,11 @@
 // Measurement files and buffers: bytes, records that stay, statuses and log lines.
+#include <algorithm>
+#include <csignal>
 #include <filesystem>
+#include <future>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
@@ -201,6 +207,58 @@ TEST(MeterFile, NamesThatCannotBeOpened) {
   EXPECT_EQ(meter.Load(folder / "a.mlcoefs"), 8);
   EXPECT_THAT(log.TakeErrors(), ElementsAre("LedMeter::Load--Error :: ext filename mismatch."));
   EXPECT_EQ(ImageOf(meter), FullMeterImage());
+}
+
+// Of more positions than are split at a time.
+LedMeter LargeMeter() {
+  LedMeter meter = FullMeter();
+  cv::RNG random(1);
+  meter.state = cv::Mat(301, 401, CV_8UC1, cv::Scalar(LED_USABLE));
+  meter.pos.create(301, 401, CV_32FC2);
+  random.fill(meter.pos, cv::RNG::UNIFORM, 0, 4000);
+  meter.chroma.create(301, 401, CV_32FC1);
+  random.fill(meter.chroma, cv::RNG::UNIFORM, 1, 2);
+  return meter;
+}
+
+Image LargeImage(const LedMeter& meter) {
+  uint64_t size = 0;
+  EXPECT_EQ(meter.GetBufferSize(&size), 0);
+  Image image(size);
+  EXPECT_EQ(meter.ToBuffer(image.data(), &size), 0);
+  return image;
+}
+
+TEST(MeterFile, GoesIntoAPipe) {
+  const TempFolder folder;
+  const std::string pipe = folder / "a.meter";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const LedMeter meter = LargeMeter();
+  auto received = std::async(std::launch::async, [&pipe] { return ReadFile(pipe); });
+  EXPECT_EQ(meter.Save(pipe), 0);
+  EXPECT_TRUE(received.get() == LargeImage(meter));
+}
+
+// Whoever saves must be able to tell by the file's length that space ran out.
+TEST(MeterFile, WithoutSpaceEndsEarlyAndHasNoGap) {
+  const TempFolder folder;
+  const LedMeter meter = LargeMeter();
+  const Image whole = LargeImage(meter);
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit unlimited = {};
+  getrlimit(RLIMIT_FSIZE, &unlimited);
+  for (const size_t space : {size_t{0}, size_t{100}, whole.size() / 20, whole.size() / 4,
+                             whole.size() / 2, 3 * whole.size() / 4, whole.size() - 1}) {
+    const rlimit limit = {space, unlimited.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_EQ(meter.Save(folder / "a.meter"), 0);
+    setrlimit(RLIMIT_FSIZE, &unlimited);
+    const Image saved = ReadFile(folder / "a.meter");
+    ASSERT_LE(saved.size(), space);
+    EXPECT_TRUE(std::equal(saved.begin(), saved.end(), whole.begin())) << space;
+  }
+  EXPECT_EQ(meter.Save(folder / "a.meter"), 0);
+  EXPECT_TRUE(ReadFile(folder / "a.meter") == whole);
 }
 
 TEST(MeterFile, BuffersTooShortAndNullArgumentsAreRefusedInSilence) {
