@@ -4,11 +4,10 @@
 #include <filesystem>
 #include <future>
 
-#include <sys/resource.h>
-#include <sys/stat.h>
-
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "multilayer/meter/led_meter.h"
 #include "tests/golden/images.h"
