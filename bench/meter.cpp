@@ -87,7 +87,9 @@ class RepairDeadLeds : public Computation {
   void Shipped() override { Must(meter_.FixDeadPoint()); }
 
   // What it changes, one LED in thousands, does not count.
-  Touched Memory() override { return {.read = {meter_.state}, .updated = {}, .written = {}}; }
+  Touched Memory() override {
+    return {.read = {meter_.state, meter_.chroma}, .updated = {}, .written = {}};
+  }
 
  private:
   LedMeter meter_;

@@ -187,7 +187,7 @@ class Assemble : public Computation {
   bool HasPlain() const override { return true; }
   void Plain() override {
     const SetView out = ViewOf(&joined_);
-    const std::vector<float> ones(out.planes.size(), 1);  // of which nothing is left
+    const std::vector<float> ones(out.planes.size(), 1);  // the halves leave no gap
     AssemblePlain({ViewOf(&left_), ViewOf(&right_)}, ones, out);
   }
 

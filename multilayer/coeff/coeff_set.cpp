@@ -38,7 +38,7 @@ bool MayShareElements(const std::vector<cv::Mat>& source, const std::vector<cv::
          std::adjacent_find(blocks.begin(), blocks.end()) != blocks.end();
 }
 
-// What both LEDs of a seam become. Weights by value: a float in memory might be one of the LEDs.
+// What both LEDs of a seam become.
 void Blend(float source_weight, float target_weight, float divisor, float& source, float& target) {
   target = (source_weight * source + target_weight * target) / divisor;
   source = target;
@@ -59,6 +59,8 @@ struct Seam {
   float SourceWeight(int k) const { return static_cast<float>(n - 1 - k); }
   float TargetWeight(int k) const { return static_cast<float>(int64_t{k} + 1); }
 
+  // Weights and divisor are copied before a loop over LEDs: a store of one float might change another
+  // that the compiler cannot tell apart, and nothing would be vectorised.
   void BlendRows() {
     const float by = divisor;
     for (int k = first; k < end; ++k) {
@@ -94,17 +96,19 @@ struct Seam {
     }
   }
 
-  // In the order of the definition, which what planes share depends on; the above walk along the rows
-  // in memory.
+  // Of LEDs that share memory the later ones see what the earlier ones became. So the order counts:
+  // row by row of the target, in both modes.
   void BlendInOrder(bool rows) {
-    const auto at = [rows](cv::Mat& plane, int line, int place) -> float& {
-      return rows ? plane.at<float>(line, place) : plane.at<float>(place, line);
-    };
-    for (int k = first; k < end; ++k) {
-      for (int place = 0; place < places; ++place) {
+    const int height = rows ? end : places;
+    const int width = rows ? places : end;
+    for (int row = rows ? first : 0; row < height; ++row) {
+      for (int col = rows ? 0 : first; col < width; ++col) {
+        const int k = rows ? row : col;
+        const int from_row = rows ? lines - 1 - row : row;
+        const int from_col = rows ? col : lines - 1 - col;
         for (size_t p = 0; p < target.size(); ++p) {
-          Blend(SourceWeight(k), TargetWeight(k), divisor, at(source[p], lines - 1 - k, place),
-                at(target[p], k, place));
+          Blend(SourceWeight(k), TargetWeight(k), divisor, source[p].at<float>(from_row, from_col),
+                target[p].at<float>(row, col));
         }
       }
     }
@@ -157,22 +161,27 @@ bool Overlap(const PartRecord& a, const PartRecord& b) {
   return meet(a.x, a.w, b.x, b.w) && meet(a.y, a.h, b.y, b.h);
 }
 
-// Whether every LED of the bounding box is found to be in a set: known where none is in two.
+// Whether the sets cover the box and no two of them overlap. More sets than anybody joins are not
+// looked at in pairs: that would take longer than what is saved.
 bool Tile(const std::vector<SetView>& sets, const PartRecord& box) {
+  constexpr size_t kMostInPairs = 1000;
+  std::vector<PartRecord> parts;
   int64_t leds = 0;
-  for (size_t i = 0; i < sets.size(); ++i) {
-    const PartRecord& part = sets[i].part;
-    if (!CoversLeds(part)) {
-      continue;
-    }
-    leds += int64_t{part.w} * part.h;
-    for (size_t j = 0; j < i; ++j) {
-      if (CoversLeds(sets[j].part) && Overlap(part, sets[j].part)) {
-        return false;
-      }
+  for (const SetView& set : sets) {
+    if (CoversLeds(set.part)) {
+      parts.push_back(set.part);
+      leds += int64_t{set.part.w} * set.part.h;
     }
   }
-  return leds == int64_t{box.w} * box.h;
+  if (leds != int64_t{box.w} * box.h || parts.size() > kMostInPairs) {
+    return false;
+  }
+  for (auto a = parts.begin(); a != parts.end(); ++a) {
+    if (std::any_of(parts.begin(), a, [a](const PartRecord& b) { return Overlap(*a, b); })) {
+      return false;
+    }
+  }
+  return true;
 }
 
 bool FillsPartition(const SetView& set) {

@@ -64,7 +64,7 @@ int32_t MergeFactors(const char* class_name, const SetView& own, const SetView& 
 
 // Blends the seam of two sets that CheckPlanes accepts, in both. Their lines are rows or columns,
 // numbered from 0; of L lines of `target`, its line k meets line L - 1 - k of `source`, for k from
-// 0 to n - 1 in this order, and both become ((n - 1 - k) source + (k + 1) target) / divisor, in
+// 0 to n - 1, and both become ((n - 1 - k) source + (k + 1) target) / divisor, row by row, in
 // single precision. Lines and places that one of the sets does not hold are left out.
 enum class Lines { kRows, kColumns };
 void BlendSeam(const SetView& source, const SetView& target, Lines lines, int64_t n, float divisor);

@@ -8,12 +8,8 @@
 namespace multilayer {
 namespace {
 
-// The LED at `place` of a line, or null where the plane does not reach.
-float* Find(const cv::Mat& plane, Lines lines, int64_t line, int64_t place) {
-  const int64_t row = lines == Lines::kRows ? line : place;
-  const int64_t col = lines == Lines::kRows ? place : line;
-  const bool held = row >= 0 && row < plane.rows && col >= 0 && col < plane.cols;
-  return held ? const_cast<float*>(plane.ptr<float>(static_cast<int>(row))) + col : nullptr;
+bool Holds(const cv::Mat& plane, int64_t row, int64_t col) {
+  return row < plane.rows && col < plane.cols && row >= 0 && col >= 0;
 }
 
 }  // namespace
@@ -38,18 +34,26 @@ void MergePlain(const cv::Mat& factors, cv::Mat& plane) {
 
 void BlendPlain(const SetView& source, const SetView& target, Lines lines, int64_t n,
                 float divisor) {
+  const bool rows = lines == Lines::kRows;
   const cv::Size size = target.planes[0].size();
-  const int64_t count = lines == Lines::kRows ? size.height : size.width;
-  const int64_t places = lines == Lines::kRows ? size.width : size.height;
-  for (int64_t k = 0; k < std::min(n, count); ++k) {
-    for (int64_t place = 0; place < places; ++place) {
+  const int64_t height = rows ? std::min<int64_t>(n, size.height) : size.height;
+  const int64_t width = rows ? size.width : std::min<int64_t>(n, size.width);
+  for (int64_t row = 0; row < height; ++row) {
+    for (int64_t col = 0; col < width; ++col) {
+      const int64_t k = rows ? row : col;
+      const int64_t from_row = rows ? size.height - 1 - row : row;
+      const int64_t from_col = rows ? col : size.width - 1 - col;
+      if (!Holds(source.planes[0], from_row, from_col)) {
+        continue;
+      }
       for (size_t p = 0; p < target.planes.size(); ++p) {
-        float* const from = Find(source.planes[p], lines, count - 1 - k, place);
-        float* const to = Find(target.planes[p], lines, k, place);
-        if (from != nullptr && to != nullptr) {
-          *to = (static_cast<float>(n - 1 - k) * *from + static_cast<float>(k + 1) * *to) / divisor;
-          *from = *to;
-        }
+        cv::Mat to = target.planes[p];
+        cv::Mat from = source.planes[p];
+        auto& taken = to.at<float>(static_cast<int>(row), static_cast<int>(col));
+        auto& given = from.at<float>(static_cast<int>(from_row), static_cast<int>(from_col));
+        taken =
+            (static_cast<float>(n - 1 - k) * given + static_cast<float>(k + 1) * taken) / divisor;
+        given = taken;
       }
     }
   }

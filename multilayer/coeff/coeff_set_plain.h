@@ -17,7 +17,7 @@ cv::Mat FactorsPlain(float full_scale, const cv::Mat& measured);
 // Multiplies a plane of a set by that of another one, in place.
 void MergePlain(const cv::Mat& factors, cv::Mat& plane);
 
-// Blends the seam of two sets in both, as BlendSeam does.
+// Blends the seam of two sets in both, as BlendSeam does, row by row of the target.
 void BlendPlain(const SetView& source, const SetView& target, Lines lines, int64_t n,
                 float divisor);
 

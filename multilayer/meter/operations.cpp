@@ -33,8 +33,8 @@ float TargetOf(int32_t type, const float* target) {
 }
 
 // In double, in an order of our own: the matrix library's mean adds in that of its vector units.
-// Column x counts to sum x mod 16, over all rows, so that an addition need not wait for the one before
-// it; the sixteen are added in their order.
+// Column x counts to sum x mod 16, over all rows, so that an addition need not wait for the one
+// before it; the sixteen are added in their order.
 double MeanOf(const cv::Mat& plane) {
   std::array<double, 16> sums = {};
   constexpr int kSums = sums.size();
@@ -85,11 +85,11 @@ bool CanWriteImage(const std::string& fullname, const cv::Mat& image) {
          strncasecmp(std::strrchr(fullname.c_str(), '.'), ".exr", 4) != 0;
 }
 
-// The first of `cols` LEDs, from `col` on, that is marked dead; `cols` if none is. Few are: eight are
-// looked at together.
+// The first of `cols` LEDs, from `col` on, that is marked dead; `cols` if none is. Few are: eight
+// are looked at together.
 int NextDead(const uint8_t* states, int col, int cols) {
   constexpr uint64_t kAnyDead = LED_DEAD * 0x0101010101010101U;
-  for (uint64_t word = 0; col + 8 <= cols; col += 8) {
+  for (uint64_t word = 0; cols - col >= 8; col += 8) {
     std::memcpy(&word, states + col, sizeof(word));
     if ((word & kAnyDead) != 0) {
       break;
@@ -114,6 +114,26 @@ float MedianAround(const cv::Mat& plane, int row, int col) {
   std::nth_element(values.begin(), values.begin() + 4, values.end(),
                    [](float a, float b) { return std::isnan(b) ? !std::isnan(a) : a < b; });
   return values[4];
+}
+
+// Dead LEDs of one row, and what they become.
+using Repairs = std::vector<std::pair<float*, float>>;
+
+Repairs FindRepairs(LedMeter& meter, int row) {
+  cv::Mat& plane = meter.chroma;
+  const auto* states = meter.state.ptr<uint8_t>(row);
+  Repairs repairs;
+  for (int col = NextDead(states, 0, plane.cols); col < plane.cols;
+       col = NextDead(states, col + 1, plane.cols)) {
+    repairs.emplace_back(plane.ptr<float>(row) + col, MedianAround(plane, row, col));
+  }
+  return repairs;
+}
+
+void Apply(const Repairs& repairs) {
+  for (const auto& [value, median] : repairs) {
+    *value = median;
+  }
 }
 
 // Whether `next` can be averaged with `first`.
@@ -143,18 +163,14 @@ int32_t LedMeter::FixDeadPoint() {
   if (!IsPlane(chroma, CV_32FC1) || !IsPlane(state, CV_8UC1) || state.size() != chroma.size()) {
     return Fail(9, "LedMeter::FixDeadPoint--Error :: chroma and state are no planes of one size");
   }
-  // All medians are those of the measurement as it was.
-  std::vector<std::pair<float*, float>> repaired;
+  // All medians are those of the measurement as it was: a row changes when the one below it is done.
+  Repairs above;
   for (int row = 0; row < chroma.rows; ++row) {
-    const auto* states = state.ptr<uint8_t>(row);
-    for (int col = NextDead(states, 0, chroma.cols); col < chroma.cols;
-         col = NextDead(states, col + 1, chroma.cols)) {
-      repaired.emplace_back(chroma.ptr<float>(row) + col, MedianAround(chroma, row, col));
-    }
+    Repairs here = FindRepairs(*this, row);
+    Apply(above);
+    above = std::move(here);
   }
-  for (const auto& [value, median] : repaired) {
-    *value = median;
-  }
+  Apply(above);
   return 0;
 }
 

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include "multilayer/coeff/coeff_set_plain.h"
 #include "tests/coeff/sets.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/meters.h"
@@ -256,21 +257,38 @@ TYPED_TEST(CoeffSet, AssemblesRelativeToTheBoxIntoAnEntry) {
   }
 }
 
-// Four LEDs of the eight are in two sets or in none, so that the sets count as many as the whole has.
-TYPED_TEST(CoeffSet, FillsTheGapThatAnOverlapHides) {
-  auto left = MakeSet<TypeParam>({0, 0, 2, 2, 0, 0}, 1);
-  auto over = MakeSet<TypeParam>({1, 0, 1, 2, 0, 0}, 2);
-  auto right = MakeSet<TypeParam>({3, 0, 1, 2, 0, 0}, 3);
-  TypeParam out;
-  ASSERT_EQ(TypeParam::Assemble({&left, &over, &right}, out), 0);
-  for (size_t p = 0; p < PlanesOf(out).size(); ++p) {
-    const float neutral = PlanesOf(out).size() == 3 || p % 4 == 0 ? 1.0F : 0.0F;
-    cv::Mat expected;
-    cv::hconcat(
-        std::vector<cv::Mat>{PlanesOf(left)[p]->col(0), *PlanesOf(over)[p],
-                             cv::Mat(2, 1, CV_32FC1, cv::Scalar(neutral)), *PlanesOf(right)[p]},
-        expected);
-    EXPECT_TRUE(SameBits(*PlanesOf(out)[p], expected)) << *PlanesOf(out)[p];
+TYPED_TEST(CoeffSet, AssemblesAsThePlainForm) {
+  constexpr int32_t kEnd = INT32_MAX;
+  const std::vector<PartRecord> cases[] = {
+      {{-3, -2, 2, 2, 0, 0}, {-1, -2, 3, 2, 0, 0}, {-3, 0, 5, 1, 0, 0}},  // no gap
+      {{0, 0, 2, 2, 0, 0}, {0, 0, 2, 2, 0, 0}},                           // twice the same
+      // As many LEDs as the whole has, but two in two sets, or none.
+      {{0, 0, 2, 2, 0, 0}, {1, 0, 1, 2, 0, 0}, {3, 0, 1, 2, 0, 0}},
+      {{0, 0, 2, 2, 0, 0}, {4, 2, -2, -2, 0, 0}},
+      {{kEnd - 1, 0, 4, 1, 0, 0}, {kEnd - 1, 0, 4, 1, 0, 0}, {kEnd - 9, 0, 4, 1, 0, 0}},
+  };
+  for (const std::vector<PartRecord>& parts : cases) {
+    std::vector<TypeParam> sets;
+    for (const PartRecord& part : parts) {
+      sets.push_back(MakeSet<TypeParam>(part, sets.size(), {6, 5}));
+    }
+    std::vector<TypeParam*> list;
+    for (TypeParam& set : sets) {
+      list.push_back(&set);
+    }
+    TypeParam out;
+    ASSERT_EQ(TypeParam::Assemble(list, out), 0);
+    TypeParam plain;
+    std::vector<float> neutral;
+    for (cv::Mat* plane : PlanesOf(plain)) {
+      plane->create(out.part.h, out.part.w, CV_32FC1);
+      neutral.push_back(PlanesOf(plain).size() == 3 || neutral.size() % 4 == 0 ? 1.0F : 0.0F);
+    }
+    plain.part = out.part;
+    AssemblePlain(ViewsOf(list), neutral, ViewOf(&plain));
+    for (size_t p = 0; p < neutral.size(); ++p) {
+      EXPECT_TRUE(SameBits(*PlanesOf(out)[p], *PlanesOf(plain)[p])) << *PlanesOf(out)[p];
+    }
   }
 }
 

@@ -238,25 +238,43 @@ TEST(MeterFile, GoesIntoAPipe) {
   EXPECT_TRUE(received.get() == LargeImage(meter));
 }
 
+// The most bytes that a file may have, as long as this lives.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(size_t size) : signal_(std::signal(SIGXFSZ, SIG_IGN)) {
+    EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &before_), 0);
+    const rlimit limit = {size, before_.rlim_max};
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, signal_);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  rlimit before_ = {};
+  void (*signal_)(int);
+};
+
 // Whoever saves must be able to tell by the file's length that space ran out.
-TEST(MeterFile, WithoutSpaceEndsEarlyAndHasNoGap) {
+TEST(MeterFile, WithoutSpaceEndsEarly) {
   const TempFolder folder;
   const LedMeter meter = LargeMeter();
   const Image whole = LargeImage(meter);
-  std::signal(SIGXFSZ, SIG_IGN);
-  rlimit unlimited = {};
-  getrlimit(RLIMIT_FSIZE, &unlimited);
+  const auto save = [&](size_t space) {
+    const FileSizeLimit limit(space);
+    return meter.Save(folder / "a.meter");
+  };
   for (const size_t space : {size_t{0}, size_t{100}, whole.size() / 20, whole.size() / 4,
                              whole.size() / 2, 3 * whole.size() / 4, whole.size() - 1}) {
-    const rlimit limit = {space, unlimited.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_EQ(meter.Save(folder / "a.meter"), 0);
-    setrlimit(RLIMIT_FSIZE, &unlimited);
+    EXPECT_EQ(save(space), 0);
     const Image saved = ReadFile(folder / "a.meter");
     ASSERT_LE(saved.size(), space);
     EXPECT_TRUE(std::equal(saved.begin(), saved.end(), whole.begin())) << space;
   }
-  EXPECT_EQ(meter.Save(folder / "a.meter"), 0);
+  EXPECT_EQ(save(whole.size()), 0);
   EXPECT_TRUE(ReadFile(folder / "a.meter") == whole);
 }
 

@@ -19,6 +19,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using testing::LogRecorder;
+using testing::MakeDiscontinuous;
 using testing::MakeMeter;
 using testing::SameBits;
 using testing::TempFolder;
@@ -53,22 +54,34 @@ TEST(FixDeadPoint, GivesDeadLedsTheMedianAroundThem) {
   EXPECT_EQ(meter.chroma.at<float>(1, 1), 6) << "of 2 3 4 4 6 7 8 NaN NaN";
 }
 
-// Beside what else a state says, at each place of rows that are looked at eight LEDs at a time.
+// One or two in a row, at all places: states are looked at eight at a time. Other marks do not count.
 TEST(FixDeadPoint, FindsEveryDeadLedAndNoOther) {
   for (const int cols : {1, 7, 8, 9, 21}) {
-    for (int dead = 0; dead < cols; ++dead) {
+    for (int pair = 0; pair < cols * cols; ++pair) {
       LedMeter meter = Counted(2, cols);
       meter.state.setTo(0xFF ^ LED_DEAD);
-      meter.state.at<uint8_t>(1, dead) = 0xFF;
-      meter.chroma.at<float>(1, dead) = -1;
-      cv::Mat expected = meter.chroma.clone();
+      MakeDiscontinuous(meter.state);
       cv::Mat median;
-      cv::medianBlur(expected, median, 3);
-      expected.at<float>(1, dead) = median.at<float>(1, dead);
+      cv::medianBlur(meter.chroma, median, 3);
+      cv::Mat expected = meter.chroma.clone();
+      for (const int col : {pair / cols, pair % cols}) {
+        meter.state.at<uint8_t>(1, col) = 0xFF;
+        expected.at<float>(1, col) = median.at<float>(1, col);
+      }
       EXPECT_EQ(meter.FixDeadPoint(), 0);
-      EXPECT_TRUE(SameBits(meter.chroma, expected)) << dead << " of " << cols;
+      EXPECT_TRUE(SameBits(meter.chroma, expected)) << pair << " of " << cols;
     }
   }
+}
+
+TEST(FixDeadPoint, TakesAllMediansFromBeforeTheRepair) {
+  LedMeter meter = Counted(5, 4);
+  cv::randShuffle(meter.chroma);
+  meter.state.setTo(LED_DEAD);
+  cv::Mat expected;
+  cv::medianBlur(meter.chroma, expected, 3);
+  EXPECT_EQ(meter.FixDeadPoint(), 0);
+  EXPECT_TRUE(SameBits(meter.chroma, expected));
 }
 
 TEST(Align, BringsTheMeanOfAllLedsToTheTargetOfTheType) {
@@ -85,15 +98,40 @@ TEST(Align, BringsTheMeanOfAllLedsToTheTargetOfTheType) {
     EXPECT_EQ(meter.chroma.at<float>(2, 4), 15 * static_cast<float>(mean / 8)) << type;
     EXPECT_NEAR(cv::mean(meter.chroma)[0], mean, 1e-4 * mean);
   }
-  for (const int cols : {15, 16, 17, 50}) {  // of columns that are summed sixteen at a time
-    LedMeter wide = Counted(3, cols);
-    EXPECT_EQ(wide.Align(target, nullptr, nullptr), 0);
-    EXPECT_EQ(wide.chroma.at<float>(0, 1), 2 * static_cast<float>(100 / (0.5 * (3 * cols + 1))));
-  }
   LedMeter dark = Counted(1, 1);
   dark.chroma.at<float>(0, 0) = 0;
   EXPECT_EQ(dark.Align(target, nullptr, nullptr), 0);
   EXPECT_TRUE(std::isnan(dark.chroma.at<float>(0, 0)));
+}
+
+// Large values that cancel leave what the order of the sum leaves: 1e16 + 1 is 1e16 in double, and
+// 2^24 + 1 is 2^24 in float.
+TEST(Align, SumsSixteenColumnsApartInDouble) {
+  constexpr float kLarge = 1e16F;
+  constexpr float kFloatLimit = 16777216;
+  const struct {
+    int cols;
+    std::vector<std::pair<int, float>> values;  // in the last of two rows; 0 elsewhere
+    double sum;
+  } cases[] = {
+      {17,
+       {{0, kLarge}, {1, 1}, {8, 1}, {16, -kLarge}},
+       2},                                                   // each to a sum of its own, but for 16
+      {16, {{0, kLarge}, {1, 1}, {2, -kLarge}, {3, 1}}, 1},  // the sums in their order
+      {33, {{0, kFloatLimit}, {16, 1}, {32, -kFloatLimit}}, 1},
+      {50, {{47, 5}, {48, 6}, {49, 7}}, 18},
+  };
+  const float target[] = {0, 100, 0};
+  for (const auto& [cols, values, sum] : cases) {
+    LedMeter meter = Counted(2, cols);
+    meter.chroma.setTo(0);
+    for (const auto& [col, value] : values) {
+      meter.chroma.at<float>(1, col) = value;
+    }
+    EXPECT_EQ(meter.Align(target, nullptr, nullptr), 0);
+    const auto& [col, value] = values[1];
+    EXPECT_EQ(meter.chroma.at<float>(1, col), value * static_cast<float>(100 * 2 * cols / sum));
+  }
 }
 
 // 4 x 4 LEDs of 1 ... 16, columns and rows from 0.
