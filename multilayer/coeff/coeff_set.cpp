@@ -59,8 +59,8 @@ struct Seam {
   float SourceWeight(int k) const { return static_cast<float>(n - 1 - k); }
   float TargetWeight(int k) const { return static_cast<float>(int64_t{k} + 1); }
 
-  // Weights and divisor are copied before a loop over LEDs: a store of one float might change another
-  // that the compiler cannot tell apart, and nothing would be vectorised.
+  // Weights and divisor are copied before a loop over LEDs: for all that the compiler knows, a store
+  // of one float might change another, and nothing would be vectorised.
   void BlendRows() {
     const float by = divisor;
     for (int k = first; k < end; ++k) {

@@ -35,7 +35,9 @@ void MergePlain(const cv::Mat& factors, cv::Mat& plane) {
 void BlendPlain(const SetView& source, const SetView& target, Lines lines, int64_t n,
                 float divisor) {
   const bool rows = lines == Lines::kRows;
-  const cv::Size size = target.planes[0].size();
+  std::vector<cv::Mat> to = target.planes;
+  std::vector<cv::Mat> from = source.planes;
+  const cv::Size size = to[0].size();
   const int64_t height = rows ? std::min<int64_t>(n, size.height) : size.height;
   const int64_t width = rows ? size.width : std::min<int64_t>(n, size.width);
   for (int64_t row = 0; row < height; ++row) {
@@ -43,14 +45,12 @@ void BlendPlain(const SetView& source, const SetView& target, Lines lines, int64
       const int64_t k = rows ? row : col;
       const int64_t from_row = rows ? size.height - 1 - row : row;
       const int64_t from_col = rows ? col : size.width - 1 - col;
-      if (!Holds(source.planes[0], from_row, from_col)) {
+      if (!Holds(from[0], from_row, from_col)) {
         continue;
       }
-      for (size_t p = 0; p < target.planes.size(); ++p) {
-        cv::Mat to = target.planes[p];
-        cv::Mat from = source.planes[p];
-        auto& taken = to.at<float>(static_cast<int>(row), static_cast<int>(col));
-        auto& given = from.at<float>(static_cast<int>(from_row), static_cast<int>(from_col));
+      for (size_t p = 0; p < to.size(); ++p) {
+        auto& taken = to[p].at<float>(static_cast<int>(row), static_cast<int>(col));
+        auto& given = from[p].at<float>(static_cast<int>(from_row), static_cast<int>(from_col));
         taken =
             (static_cast<float>(n - 1 - k) * given + static_cast<float>(k + 1) * taken) / divisor;
         given = taken;
