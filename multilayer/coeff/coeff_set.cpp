@@ -83,6 +83,8 @@ struct Seam {
       source_weights.push_back(SourceWeight(k));
       target_weights.push_back(TargetWeight(k));
     }
+    const float* const source_weight = source_weights.data();
+    const float* const target_weight = target_weights.data();
     const float by = divisor;
     const int count = end - first;
     for (int place = 0; place < places; ++place) {
@@ -90,7 +92,7 @@ struct Seam {
         auto* const last = source[p].ptr<float>(place) + (lines - 1 - first);
         auto* const to = target[p].ptr<float>(place) + first;
         for (int i = 0; i < count; ++i) {
-          Blend(source_weights[i], target_weights[i], by, last[-i], to[i]);
+          Blend(source_weight[i], target_weight[i], by, last[-i], to[i]);
         }
       }
     }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <numeric>
 #include <optional>
 #include <strings.h>
@@ -36,8 +37,8 @@ float TargetOf(int32_t type, const float* target) {
 // Column x counts to sum x mod 16, over all rows, so that an addition need not wait for the one
 // before it; the sixteen are added in their order.
 double MeanOf(const cv::Mat& plane) {
-  std::array<double, 16> sums = {};
-  constexpr int kSums = sums.size();
+  constexpr int kSums = 16;
+  double sums[kSums] = {};
   for (int row = 0; row < plane.rows; ++row) {
     const float* values = plane.ptr<float>(row);
     const int whole = plane.cols - plane.cols % kSums;
@@ -50,7 +51,8 @@ double MeanOf(const cv::Mat& plane) {
       sums[col - whole] += static_cast<double>(values[col]);
     }
   }
-  return std::accumulate(sums.begin(), sums.end(), 0.0) / static_cast<double>(plane.total());
+  return std::accumulate(std::begin(sums), std::end(sums), 0.0) /
+         static_cast<double>(plane.total());
 }
 
 // The mean over the LEDs within radius + 0.5 of (x, y), in single precision; none if the disc
