@@ -12,4 +12,6 @@ if(MULTILAYER_SANITIZE)
   add_compile_options(-fsanitize=${MULTILAYER_SANITIZE} -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${MULTILAYER_SANITIZE})
+  # For what calls the library, tests and the command: to optimise it takes longer than it then saves.
+  set(MULTILAYER_CALLER_OPTIONS -O0)
 endif()

@@ -102,36 +102,35 @@ void RunAlign(const AlignOptions& options) {
 
 }  // namespace
 
-Subcommand AddAlign(CLI::App& app) {
-  CLI::App* align = app.add_subcommand("align", "Scale a measurement so that its mean is a target");
+void AddAlign(CommandLine& line) {
   auto options = std::make_shared<AlignOptions>();
-  align->add_option("file", options->file, "The measurement")
-      ->required()
-      ->check(EndsWith({".meter"}))
-      ->type_name("FILE.meter");
+  const Subcommand align = line.Add("align", "Scale a measurement so that its mean is a target",
+                                    [options] { RunAlign(*options); });
+  align.Add("file", options->file, "The measurement")
+      .Required()
+      .EndsWith({".meter"})
+      .Named("FILE.meter");
   align
-      ->add_option("--target", options->target,
-                   "CIE X, Y and Z, of which the measurement's type picks one, or one value for it")
-      ->required()
-      ->type_name("X,Y,Z");
-  align->add_option("--output", options->output, "Where it goes; may be the same file")
-      ->required()
-      ->check(EndsWith({".meter"}))
-      ->type_name("OUT.meter");
-  CLI::Option* const point =
-      align->add_option("--point", options->point, "Take the mean around this LED, not of all")
-          ->type_name("COL,ROW");
-  CLI::Option* const radius =
-      align->add_option("--radius", options->radius, "LEDs around it that count")
-          ->check(CLI::Range(0, 1000000))
-          ->needs(point);
-  point->needs(radius);
-  align->footer(
+      .Add("--target", options->target,
+           "CIE X, Y and Z, of which the measurement's type picks one, or one value for it")
+      .Required()
+      .Named("X,Y,Z");
+  align.Add("--output", options->output, "Where it goes; may be the same file")
+      .Required()
+      .EndsWith({".meter"})
+      .Named("OUT.meter");
+  const Argument point =
+      align.Add("--point", options->point, "Take the mean around this LED, not of all")
+          .Named("COL,ROW");
+  const Argument radius = align.Add("--radius", options->radius, "LEDs around it that count")
+                              .Within(0, 1000000)
+                              .Needs(point);
+  point.Needs(radius);
+  align.Footer(
       "A spot meter sees a disc of LEDs: give its reading, the LED that it aims at and how many\n"
       "LEDs its disc reaches to each side.\n\nExample:\n"
       "  multilayer align demo/p00_red_255.meter --target 271.5 --point 80,45 --radius 5 --output "
       "aligned.meter");
-  return {align, [options] { RunAlign(*options); }};
 }
 
 }  // namespace multilayer::tool

@@ -1,4 +1,3 @@
-// Names and numbers, checked before any file is opened.
 #include "tool/arguments.h"
 
 #include <charconv>
@@ -6,25 +5,9 @@
 #include <limits>
 #include <string_view>
 
-#include "multilayer/io/container.h"
 #include "tool/error.h"
 
 namespace multilayer::tool {
-
-CLI::Validator EndsWith(std::initializer_list<const char*> extensions) {
-  const std::vector<std::string> allowed(extensions.begin(), extensions.end());
-  const auto check = [allowed](const std::string& name) {
-    std::string rule;
-    for (const std::string& extension : allowed) {
-      if (HasExtension(name, extension) == 0) {
-        return std::string();
-      }
-      rule += (rule.empty() ? "" : " or ") + extension;
-    }
-    return name + " must end with " + rule;
-  };
-  return {check, ""};
-}
 
 std::vector<double> Numbers(const std::string& option, const std::string& text, size_t count) {
   std::vector<double> numbers;

@@ -9,12 +9,12 @@
 
 #include <opencv2/core.hpp>
 
-#include "tool/arguments.h"
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
 #include "tool/job.h"
 #include "tool/picture.h"
+#include "tool/scan.h"
 #include "tool/sets.h"
 #include "tool/statistics.h"
 #include "tool/table.h"
@@ -119,28 +119,27 @@ void RunAssemble(const AssembleOptions& options) {
 
 }  // namespace
 
-Subcommand AddAssemble(CLI::App& app) {
-  CLI::App* assemble =
-      app.add_subcommand("assemble", "Place the sets of partitions into one of the whole screen");
+void AddAssemble(CommandLine& line) {
   auto options = std::make_shared<AssembleOptions>();
-  assemble
-      ->add_option("files", options->files, "Sets of one type; later ones overwrite earlier ones")
-      ->required()
-      ->check(EndsWith({kLum, kChroma}))
-      ->type_name("FILE");
-  assemble->add_option("--output", options->output, "Where the set of the screen goes")
-      ->required()
-      ->check(EndsWith({kLum, kChroma}))
-      ->type_name("OUT");
-  assemble->add_option("--picture", options->picture, "Also draw every plane, to look for seams")
-      ->check(EndsWith({".png"}))
-      ->type_name("OUT.png");
-  assemble->footer(
+  const Subcommand assemble =
+      line.Add("assemble", "Place the sets of partitions into one of the whole screen",
+               [options] { RunAssemble(*options); });
+  assemble.Add("files", options->files, "Sets of one type; later ones overwrite earlier ones")
+      .Required()
+      .EndsWith({kLum, kChroma})
+      .Named("FILE");
+  assemble.Add("--output", options->output, "Where the set of the screen goes")
+      .Required()
+      .EndsWith({kLum, kChroma})
+      .Named("OUT");
+  assemble.Add("--picture", options->picture, "Also draw every plane, to look for seams")
+      .EndsWith({".png"})
+      .Named("OUT.png");
+  assemble.Footer(
       "LEDs that no set covers are not corrected. The picture shows every LED against the median "
       "of\nits plane, 15 % to both sides; ticks outside a plane show where partitions meet.\n\n"
       "Example:\n"
       "  multilayer assemble p*.lumcoeff --output wall.lumcoeff --picture wall.png");
-  return {assemble, [options] { RunAssemble(*options); }};
 }
 
 }  // namespace multilayer::tool

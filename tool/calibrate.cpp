@@ -311,36 +311,37 @@ void RunCalibrate(const CalibrateOptions& options) {
 
 }  // namespace
 
-Subcommand AddCalibrate(CLI::App& app) {
-  CLI::App* calibrate =
-      app.add_subcommand("calibrate", "Compute the coefficients of all partitions of a wall");
+void AddCalibrate(CommandLine& line) {
   auto options = std::make_shared<CalibrateOptions>();
-  calibrate->add_option("job", options->job, "The job file")->required()->type_name("wall.toml");
-  calibrate->add_option("--output", options->output, "Where the coefficients go [the job's folder]")
-      ->type_name("FOLDER");
+  const Subcommand calibrate =
+      line.Add("calibrate", "Compute the coefficients of all partitions of a wall",
+               [options] { RunCalibrate(*options); });
+  calibrate.Add("job", options->job, "The job file").Required().Named("wall.toml");
+  calibrate.Add("--output", options->output, "Where the coefficients go [the job's folder]")
+      .Named("FOLDER");
   calibrate
-      ->add_option("--mode", options->mode,
-                   "norm: luminance, in one pass over all levels; iterate: luminance, level by\n"
-                   "level on the corrected wall; white: white balance, likewise")
-      ->capture_default_str()
-      ->check(CLI::IsMember({kModes[0], kModes[1], kModes[2]}));
+      .Add("--mode", options->mode,
+           "norm: luminance, in one pass over all levels; iterate: luminance, level by\n"
+           "level on the corrected wall; white: white balance, likewise")
+      .ShowDefault()
+      .OneOf({kModes[0], kModes[1], kModes[2]});
   calibrate
-      ->add_option("--order", options->order,
-                   "Levels in the order of the steps of iterate and white [ascending]")
-      ->delimiter(',');
+      .Add("--order", options->order,
+           "Levels in the order of the steps of iterate and white [ascending]")
+      .SplitAtCommas();
   calibrate
-      ->add_option("--primaries", options->primaries,
-                   "White by the measured primaries of every LED, or by their mean [measured]")
-      ->check(CLI::IsMember({kPerLed, kMean}));
-  calibrate->add_flag("--images", options->images,
-                      "Also write every coefficient matrix as a PNG, in a folder images");
-  CLI::Option* const step = calibrate->add_flag(
+      .Add("--primaries", options->primaries,
+           "White by the measured primaries of every LED, or by their mean [measured]")
+      .OneOf({kPerLed, kMean});
+  calibrate.AddFlag("--images", options->images,
+                    "Also write every coefficient matrix as a PNG, in a folder images");
+  const Argument step = calibrate.AddFlag(
       "--step", options->step,
       "Take one step of iterate or white, from measured files, and say what to measure next");
   calibrate
-      ->add_flag("--simulate", options->simulate, "Let the simulated camera measure the step first")
-      ->needs(step);
-  calibrate->footer(
+      .AddFlag("--simulate", options->simulate, "Let the simulated camera measure the step first")
+      .Needs(step);
+  calibrate.Footer(
       "Writes PARTITION.mlcoefs for every partition of the job, and calibration.toml, which says\n"
       "how they were computed. All partitions get the same targets, or their seams would show:\n"
       "from the highest captured level of the whole wall, or as the job file says. The modes\n"
@@ -357,7 +358,6 @@ Subcommand AddCalibrate(CLI::App& app) {
       "  multilayer calibrate demo/wall.toml --images\n"
       "  multilayer calibrate demo/wall.toml --mode white --output demo/white\n"
       "  multilayer calibrate demo/wall.toml --mode iterate --step --simulate");
-  return {calibrate, [options] { RunCalibrate(*options); }};
 }
 
 }  // namespace multilayer::tool

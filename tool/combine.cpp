@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "tool/arguments.h"
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
@@ -159,19 +158,20 @@ void RunCombine(const CombineOptions& options) {
 
 }  // namespace
 
-Subcommand AddCombine(CLI::App& app) {
-  CLI::App* combine = app.add_subcommand("combine", "Blend the seams between sets of partitions");
+void AddCombine(CommandLine& line) {
   auto options = std::make_shared<CombineOptions>();
-  combine->add_option("files", options->files, "Sets of one type, in the order of the screen")
-      ->required()
-      ->check(EndsWith({kLum, kChroma}))
-      ->type_name("FILE");
+  const Subcommand combine = line.Add("combine", "Blend the seams between sets of partitions",
+                                      [options] { RunCombine(*options); });
+  combine.Add("files", options->files, "Sets of one type, in the order of the screen")
+      .Required()
+      .EndsWith({kLum, kChroma})
+      .Named("FILE");
   combine
-      ->add_option("--output", options->output,
-                   "Where the blended sets go, each under its own name; not over the inputs")
-      ->required()
-      ->type_name("FOLDER");
-  combine->footer(
+      .Add("--output", options->output,
+           "Where the blended sets go, each under its own name; not over the inputs")
+      .Required()
+      .Named("FOLDER");
+  combine.Footer(
       "Two sets are that pair, which must be neighbours. Of n sets, numbered from 0, the pairs "
       "are\n"
       "(i, j) with i < j < n - 1 - i, as far as they are neighbours: not every neighbour, and "
@@ -187,7 +187,6 @@ Subcommand AddCombine(CLI::App& app) {
       "(columns)\nof the one less that of the other plus the lines of the set; nothing is blended "
       "where it is\nbelow 1. All sets are written, blended or not.\n\nExample:\n"
       "  multilayer combine p*.lumcoeff --output combined");
-  return {combine, [options] { RunCombine(*options); }};
 }
 
 }  // namespace multilayer::tool

@@ -1,31 +1,23 @@
-// The subcommands. Each adds its options to the application and returns what runs it.
+// The subcommands. Each adds itself and its arguments.
 #pragma once
 
-#include <functional>
-
-#include <CLI/CLI.hpp>
+#include "tool/command_line.h"
 
 namespace multilayer::tool {
 
-struct Subcommand {
-  CLI::App* app;
-  // Throws Failure.
-  std::function<void()> run;
-};
-
-Subcommand AddSimulate(CLI::App& app);
-Subcommand AddCalibrate(CLI::App& app);
-Subcommand AddVerify(CLI::App& app);
-Subcommand AddInfo(CLI::App& app);
-Subcommand AddMean(CLI::App& app);
-Subcommand AddRepair(CLI::App& app);
-Subcommand AddAlign(CLI::App& app);
-Subcommand AddPoints(CLI::App& app);
-Subcommand AddComputeLum(CLI::App& app);
-Subcommand AddGamut(CLI::App& app);
-Subcommand AddComputeChroma(CLI::App& app);
-Subcommand AddMerge(CLI::App& app);
-Subcommand AddCombine(CLI::App& app);
-Subcommand AddAssemble(CLI::App& app);
+void AddSimulate(CommandLine& line);
+void AddCalibrate(CommandLine& line);
+void AddVerify(CommandLine& line);
+void AddInfo(CommandLine& line);
+void AddMean(CommandLine& line);
+void AddRepair(CommandLine& line);
+void AddAlign(CommandLine& line);
+void AddPoints(CommandLine& line);
+void AddComputeLum(CommandLine& line);
+void AddGamut(CommandLine& line);
+void AddComputeChroma(CommandLine& line);
+void AddMerge(CommandLine& line);
+void AddCombine(CommandLine& line);
+void AddAssemble(CommandLine& line);
 
 }  // namespace multilayer::tool

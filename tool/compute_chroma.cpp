@@ -14,6 +14,7 @@
 #include "tool/error.h"
 #include "tool/files.h"
 #include "tool/primaries.h"
+#include "tool/scan.h"
 #include "tool/sets.h"
 
 namespace multilayer::tool {
@@ -98,38 +99,39 @@ void RunComputeChroma(const ComputeChromaOptions& options) {
 
 }  // namespace
 
-Subcommand AddComputeChroma(CLI::App& app) {
-  CLI::App* compute = app.add_subcommand(
-      "compute-chroma", "Compute a chroma set: a 3 x 3 mixture of the primaries for every LED");
+void AddComputeChroma(CommandLine& line) {
   auto options = std::make_shared<ComputeChromaOptions>();
+  const Subcommand compute = line.Add(
+      "compute-chroma", "Compute a chroma set: a 3 x 3 mixture of the primaries for every LED",
+      [options] { RunComputeChroma(*options); });
   compute
-      ->add_option("files", options->files,
-                   "CIE X, Y and Z of red, green and blue at one level, nine files in any order; "
-                   "eight without Z of red")
-      ->required()
-      ->expected(8, 9)
-      ->check(EndsWith({".meter"}))
-      ->type_name("FILE.meter");
+      .Add("files", options->files,
+           "CIE X, Y and Z of red, green and blue at one level, nine files in any order; "
+           "eight without Z of red")
+      .Required()
+      .Count(8, 9)
+      .EndsWith({".meter"})
+      .Named("FILE.meter");
   for (size_t i = 0; i < kTargets.size(); ++i) {
     compute
-        ->add_option(kTargets[i], options->targets[i],
-                     std::string("Target of ") + (kTargets[i] + 2) +
-                         ": cd/m^2 at that level, CIE 1931 x and y")
-        ->required()
-        ->type_name("Y,x,y");
+        .Add(kTargets[i], options->targets[i],
+             std::string("Target of ") + (kTargets[i] + 2) +
+                 ": cd/m^2 at that level, CIE 1931 x and y")
+        .Required()
+        .Named("Y,x,y");
   }
   compute
-      ->add_option("--weights", options->weights,
-                   "How much the Y, x and y of red, of green, blue and white weigh in the fit; by "
-                   "definition "
-                   "the targets are not weighted along: a weight of 2 for Y aims at half of it")
-      ->capture_default_str()
-      ->type_name("12 NUMBERS");
-  compute->add_option("--output", options->output, "Where the set goes")
-      ->required()
-      ->check(EndsWith({kChroma}))
-      ->type_name("OUT.chromacoeff");
-  compute->footer(
+      .Add("--weights", options->weights,
+           "How much the Y, x and y of red, of green, blue and white weigh in the fit; by "
+           "definition "
+           "the targets are not weighted along: a weight of 2 for Y aims at half of it")
+      .ShowDefault()
+      .Named("12 NUMBERS");
+  compute.Add("--output", options->output, "Where the set goes")
+      .Required()
+      .EndsWith({kChroma})
+      .Named("OUT.chromacoeff");
+  compute.Footer(
       "\"green from red\" is the share of the red primary in corrected green. An LED whose "
       "primaries do\nnot span the colours gets zeros; one with a dead primary is not corrected. "
       "gamut finds targets\nthat every LED reaches: give all partitions of a wall the same.\n\n"
@@ -137,7 +139,6 @@ Subcommand AddComputeChroma(CLI::App& app) {
       "  multilayer compute-chroma demo/p00_{red,green,blue}_{x,y,z}_255.meter --red "
       "220,0.68,0.31 \\\n    --green 540,0.21,0.70 --blue 55,0.14,0.06 --white 815,0.3127,0.3290 "
       "--output p00.chromacoeff");
-  return {compute, [options] { RunComputeChroma(*options); }};
 }
 
 }  // namespace multilayer::tool

@@ -12,6 +12,7 @@
 #include "tool/error.h"
 #include "tool/files.h"
 #include "tool/primaries.h"
+#include "tool/scan.h"
 #include "tool/sets.h"
 
 namespace multilayer::tool {
@@ -51,33 +52,29 @@ void RunComputeLum(const ComputeLumOptions& options) {
 
 }  // namespace
 
-Subcommand AddComputeLum(CLI::App& app) {
-  CLI::App* compute =
-      app.add_subcommand("compute-lum", "Compute a luminance set from one level of a partition");
+void AddComputeLum(CommandLine& line) {
   auto options = std::make_shared<ComputeLumOptions>();
-  compute
-      ->add_option("files", options->files,
-                   "CIE Y of red, green and blue at one level, in any order")
-      ->required()
-      ->expected(3)
-      ->check(EndsWith({".meter"}))
-      ->type_name("FILE.meter");
-  compute
-      ->add_option("--luminance", options->luminance,
-                   "What every LED is to have at that level, cd/m^2")
-      ->required()
-      ->type_name("R,G,B");
-  compute->add_option("--output", options->output, "Where the set goes")
-      ->required()
-      ->check(EndsWith({kLum}))
-      ->type_name("OUT.lumcoeff");
-  compute->footer(
+  const Subcommand compute =
+      line.Add("compute-lum", "Compute a luminance set from one level of a partition",
+               [options] { RunComputeLum(*options); });
+  compute.Add("files", options->files, "CIE Y of red, green and blue at one level, in any order")
+      .Required()
+      .Count(3, 3)
+      .EndsWith({".meter"})
+      .Named("FILE.meter");
+  compute.Add("--luminance", options->luminance, "What every LED is to have at that level, cd/m^2")
+      .Required()
+      .Named("R,G,B");
+  compute.Add("--output", options->output, "Where the set goes")
+      .Required()
+      .EndsWith({kLum})
+      .Named("OUT.lumcoeff");
+  compute.Footer(
       "factor = luminance / measured; dead LEDs are not corrected. Give all partitions of a wall "
       "the same luminance, or their "
       "seams show.\n\nExample:\n"
       "  multilayer compute-lum demo/p00_{red,green,blue}_255.meter --luminance 230,560,60 "
       "--output p00.lumcoeff");
-  return {compute, [options] { RunComputeLum(*options); }};
 }
 
 }  // namespace multilayer::tool

@@ -71,27 +71,27 @@ void RunGamut(const GamutOptions& options) {
 
 }  // namespace
 
-Subcommand AddGamut(CLI::App& app) {
-  CLI::App* gamut =
-      app.add_subcommand("gamut", "Find targets of chroma sets that every LED of a wall can reach");
+void AddGamut(CommandLine& line) {
   auto options = std::make_shared<GamutOptions>();
+  const Subcommand gamut =
+      line.Add("gamut", "Find targets of chroma sets that every LED of a wall can reach",
+               [options] { RunGamut(*options); });
   gamut
-      ->add_option("files", options->files,
-                   "CIE X, Y and Z of red, green and blue at one level, of all partitions")
-      ->required()
-      ->check(EndsWith({".meter"}))
-      ->type_name("FILE.meter");
-  gamut->add_option("--white", options->white, "Chromaticity of the white, CIE 1931")
-      ->capture_default_str()
-      ->type_name("x,y");
-  gamut->footer(
+      .Add("files", options->files,
+           "CIE X, Y and Z of red, green and blue at one level, of all partitions")
+      .Required()
+      .EndsWith({".meter"})
+      .Named("FILE.meter");
+  gamut.Add("--white", options->white, "Chromaticity of the white, CIE 1931")
+      .ShowDefault()
+      .Named("x,y");
+  gamut.Footer(
       "Prints options for compute-chroma: each primary as far out as no living LED needs a "
       "negative\n"
       "share of another, the white as bright as no drive exceeds the measured level.\n\nExample:\n"
       "  targets=$(multilayer gamut demo/p*_{red,green,blue}_{x,y,z}_255.meter)\n"
       "  multilayer compute-chroma demo/p00_{red,green,blue}_{x,y,z}_255.meter $targets \\\n"
       "    --output p00.chromacoeff");
-  return {gamut, [options] { RunGamut(*options); }};
 }
 
 }  // namespace multilayer::tool

@@ -134,22 +134,22 @@ void RunInfo(const InfoOptions& options) {
 
 }  // namespace
 
-Subcommand AddInfo(CLI::App& app) {
-  CLI::App* info =
-      app.add_subcommand("info", "Show what is in a file of any format, and check it strictly");
+void AddInfo(CommandLine& line) {
   auto options = std::make_shared<InfoOptions>();
-  info->add_option("files", options->files, std::string("Files ending with ") + kNames)
-      ->required()
-      ->type_name("FILE");
-  info->add_flag("--matrix", options->matrix, "Take files with other names as binary matrices");
-  info->add_flag("--json", options->json, "Print one JSON list with an object per file");
-  info->footer(
+  const Subcommand info =
+      line.Add("info", "Show what is in a file of any format, and check it strictly",
+               [options] { RunInfo(*options); });
+  info.Add("files", options->files, std::string("Files ending with ") + kNames)
+      .Required()
+      .Named("FILE");
+  info.AddFlag("--matrix", options->matrix, "Take files with other names as binary matrices");
+  info.AddFlag("--json", options->json, "Print one JSON list with an object per file");
+  info.Footer(
       "Every byte is accounted for: the length, every header field and every value must follow\n"
       "the rules of the format. A broken file gives exit code 3 and the byte, the field, the "
       "value\n"
       "and the rule.\n\nExample:\n  multilayer info --json demo/p00.mlcoefs "
       "demo/p00_red_255.meter");
-  return {info, [options] { RunInfo(*options); }};
 }
 
 }  // namespace multilayer::tool

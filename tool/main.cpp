@@ -4,10 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <new>
-#include <sstream>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include <opencv2/core.hpp>
 
@@ -31,52 +28,30 @@ int Report(Exit code, const std::string& message) {
   return static_cast<int>(code);
 }
 
-// Help and version are results; everything else that parsing throws is a wrong call.
-int EndOfParsing(const CLI::App& app, const CLI::ParseError& error) {
-  std::ostringstream out;
-  std::ostringstream ignored;
-  if (app.exit(error, out, ignored) == 0) {
-    PrintOut(out.str());
-    return 0;
-  }
-  return Report(Exit::kWrongCall, std::string(error.what()) + " (try --help)");
-}
-
-int Run(int argc, char** argv) {
-  CLI::App app(
-      "Calibration of LED display walls: one correction coefficient per LED, primary and "
-      "gray layer.",
-      "multilayer");
-  app.set_version_flag("--version", "multilayer " MULTILAYER_VERSION);
-  app.footer(kFooter);
-  const std::pair<const char*, std::vector<Subcommand>> groups[] = {
-      {"A wall", {AddSimulate(app), AddCalibrate(app), AddVerify(app)}},
-      {"Any file", {AddInfo(app)}},
-      {"Measurements", {AddMean(app), AddRepair(app), AddAlign(app), AddPoints(app)}},
-      {"Single-layer sets",
-       {AddComputeLum(app), AddGamut(app), AddComputeChroma(app), AddMerge(app), AddCombine(app),
-        AddAssemble(app)}}};
-  for (const auto& [name, subcommands] : groups) {
-    for (const Subcommand& subcommand : subcommands) {
-      subcommand.app->group(name);
-    }
-  }
-  app.require_subcommand(0, 1);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return EndOfParsing(app, error);
-  }
-  for (const auto& [name, subcommands] : groups) {
-    for (const Subcommand& subcommand : subcommands) {
-      if (subcommand.app->parsed()) {
-        subcommand.run();
-        return 0;
-      }
-    }
-  }
-  std::fputs(app.help().c_str(), stderr);
-  return static_cast<int>(Exit::kWrongCall);
+Exit Run(int argc, char** argv) {
+  CommandLine line("multilayer", MULTILAYER_VERSION,
+                   "Calibration of LED display walls: one correction coefficient per LED, primary "
+                   "and gray layer.",
+                   kFooter);
+  line.BeginGroup("A wall");
+  AddSimulate(line);
+  AddCalibrate(line);
+  AddVerify(line);
+  line.BeginGroup("Any file");
+  AddInfo(line);
+  line.BeginGroup("Measurements");
+  AddMean(line);
+  AddRepair(line);
+  AddAlign(line);
+  AddPoints(line);
+  line.BeginGroup("Single-layer sets");
+  AddComputeLum(line);
+  AddGamut(line);
+  AddComputeChroma(line);
+  AddMerge(line);
+  AddCombine(line);
+  AddAssemble(line);
+  return line.Run(argc, argv);
 }
 
 }  // namespace
@@ -91,7 +66,7 @@ int main(int argc, char** argv) {
   using multilayer::tool::Report;
   multilayer::tool::InstallSignalHandlers();
   try {
-    return multilayer::tool::Run(argc, argv);
+    return static_cast<int>(multilayer::tool::Run(argc, argv));
   } catch (const multilayer::tool::Failure& failure) {
     return Report(failure.code(), failure.what());
   } catch (const std::filesystem::filesystem_error& error) {

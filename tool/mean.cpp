@@ -7,7 +7,6 @@
 #include "multilayer/io/bio.h"
 #include "multilayer/io/container.h"
 #include "multilayer/meter/led_meter.h"
-#include "tool/arguments.h"
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
@@ -90,24 +89,24 @@ void RunMean(const MeanOptions& options) {
 
 }  // namespace
 
-Subcommand AddMean(CLI::App& app) {
-  CLI::App* mean = app.add_subcommand("mean", "Average measurements of the same LEDs and level");
+void AddMean(CommandLine& line) {
   auto options = std::make_shared<MeanOptions>();
-  mean->add_option("files", options->files, "Measurements of one color, type, partition and level")
-      ->check(EndsWith({".meter"}))
-      ->type_name("FILE.meter");
-  mean->add_option("--list", options->list,
-                   "A text file with more names, one a line, relative to its own folder")
-      ->type_name("NAMES.txt");
-  mean->add_option("--output", options->output, "Where the mean goes")
-      ->required()
-      ->check(EndsWith({".meter"}))
-      ->type_name("OUT.meter");
-  mean->footer(
+  const Subcommand mean = line.Add("mean", "Average measurements of the same LEDs and level",
+                                   [options] { RunMean(*options); });
+  mean.Add("files", options->files, "Measurements of one color, type, partition and level")
+      .EndsWith({".meter"})
+      .Named("FILE.meter");
+  mean.Add("--list", options->list,
+           "A text file with more names, one a line, relative to its own folder")
+      .Named("NAMES.txt");
+  mean.Add("--output", options->output, "Where the mean goes")
+      .Required()
+      .EndsWith({".meter"})
+      .Named("OUT.meter");
+  mean.Footer(
       "Only the measured values are averaged: places, states and all else are those of the first\n"
       "file.\n\nExample:\n"
       "  multilayer mean shots/p00_red_255_*.meter --output p00_red_255.meter");
-  return {mean, [options] { RunMean(*options); }};
 }
 
 }  // namespace multilayer::tool

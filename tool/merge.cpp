@@ -3,10 +3,10 @@
 #include <memory>
 #include <string>
 
-#include "tool/arguments.h"
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
+#include "tool/scan.h"
 #include "tool/sets.h"
 
 namespace multilayer::tool {
@@ -37,25 +37,25 @@ void RunMerge(const MergeOptions& options) {
 
 }  // namespace
 
-Subcommand AddMerge(CLI::App& app) {
-  CLI::App* merge = app.add_subcommand("merge", "Multiply a set by a luminance set");
+void AddMerge(CommandLine& line) {
   auto options = std::make_shared<MergeOptions>();
-  merge->add_option("set", options->file, "A luminance or chroma set")
-      ->required()
-      ->check(EndsWith({kLum, kChroma}))
-      ->type_name("SET");
-  merge->add_option("factors", options->factors, "A luminance set of the same LEDs")
-      ->required()
-      ->check(EndsWith({kLum}))
-      ->type_name("FACTORS.lumcoeff");
-  merge->add_option("--output", options->output, "Where the product goes, a set of SET's type")
-      ->required()
-      ->check(EndsWith({kLum, kChroma}))
-      ->type_name("OUT");
-  merge->footer(
+  const Subcommand merge =
+      line.Add("merge", "Multiply a set by a luminance set", [options] { RunMerge(*options); });
+  merge.Add("set", options->file, "A luminance or chroma set")
+      .Required()
+      .EndsWith({kLum, kChroma})
+      .Named("SET");
+  merge.Add("factors", options->factors, "A luminance set of the same LEDs")
+      .Required()
+      .EndsWith({kLum})
+      .Named("FACTORS.lumcoeff");
+  merge.Add("--output", options->output, "Where the product goes, a set of SET's type")
+      .Required()
+      .EndsWith({kLum, kChroma})
+      .Named("OUT");
+  merge.Footer(
       "Of a chroma set, the shares of each primary are multiplied by its luminance factor.\n\n"
       "Example:\n  multilayer merge p00.chromacoeff p00.lumcoeff --output merged.chromacoeff");
-  return {merge, [options] { RunMerge(*options); }};
 }
 
 }  // namespace multilayer::tool

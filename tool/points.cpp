@@ -3,7 +3,6 @@
 #include <string>
 
 #include "multilayer/meter/led_meter.h"
-#include "tool/arguments.h"
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
@@ -34,23 +33,23 @@ void RunPoints(const PointsOptions& options) {
 
 }  // namespace
 
-Subcommand AddPoints(CLI::App& app) {
-  CLI::App* points =
-      app.add_subcommand("points", "Draw where the camera saw the LEDs of a measurement");
+void AddPoints(CommandLine& line) {
   auto options = std::make_shared<PointsOptions>();
-  points->add_option("file", options->file, "A measurement with positions")
-      ->required()
-      ->check(EndsWith({".meter"}))
-      ->type_name("FILE.meter");
-  points->add_option("--output", options->output, "Where the picture goes")
-      ->required()
-      ->check(EndsWith({".png"}))
-      ->type_name("OUT.png");
-  points->footer(
+  const Subcommand points =
+      line.Add("points", "Draw where the camera saw the LEDs of a measurement",
+               [options] { RunPoints(*options); });
+  points.Add("file", options->file, "A measurement with positions")
+      .Required()
+      .EndsWith({".meter"})
+      .Named("FILE.meter");
+  points.Add("--output", options->output, "Where the picture goes")
+      .Required()
+      .EndsWith({".png"})
+      .Named("OUT.png");
+  points.Footer(
       "One pixel an LED; its gray is the LED's column in the camera image, white the farthest. An\n"
       "LED that was found in a wrong place breaks the ramp.\n\nExample:\n"
       "  multilayer points p00_red_255.meter --output points.png");
-  return {points, [options] { RunPoints(*options); }};
 }
 
 }  // namespace multilayer::tool

@@ -5,7 +5,6 @@
 #include <opencv2/core.hpp>
 
 #include "multilayer/meter/led_meter.h"
-#include "tool/arguments.h"
 #include "tool/commands.h"
 #include "tool/error.h"
 #include "tool/files.h"
@@ -29,23 +28,23 @@ void RunRepair(const RepairOptions& options) {
 
 }  // namespace
 
-Subcommand AddRepair(CLI::App& app) {
-  CLI::App* repair = app.add_subcommand(
-      "repair", "Give the dead LEDs of a measurement the median of their neighbourhood");
+void AddRepair(CommandLine& line) {
   auto options = std::make_shared<RepairOptions>();
-  repair->add_option("file", options->file, "The measurement")
-      ->required()
-      ->check(EndsWith({".meter"}))
-      ->type_name("FILE.meter");
-  repair->add_option("--output", options->output, "Where it goes; may be the same file")
-      ->required()
-      ->check(EndsWith({".meter"}))
-      ->type_name("OUT.meter");
-  repair->footer(
+  const Subcommand repair =
+      line.Add("repair", "Give the dead LEDs of a measurement the median of their neighbourhood",
+               [options] { RunRepair(*options); });
+  repair.Add("file", options->file, "The measurement")
+      .Required()
+      .EndsWith({".meter"})
+      .Named("FILE.meter");
+  repair.Add("--output", options->output, "Where it goes; may be the same file")
+      .Required()
+      .EndsWith({".meter"})
+      .Named("OUT.meter");
+  repair.Footer(
       "Dead is an LED whose state has bit 0 set; it stays marked. Its value becomes the median of\n"
       "the 3 x 3 LEDs around it, dead ones included.\n\nExample:\n"
       "  multilayer repair demo/p00_red_255.meter --output repaired.meter");
-  return {repair, [options] { RunRepair(*options); }};
 }
 
 }  // namespace multilayer::tool

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "tool/error.h"
+#include "tool/scan.h"
 #include "tool/table.h"
 
 namespace multilayer::tool {

@@ -9,9 +9,10 @@
 #include "multilayer/coeff/lum_coeff.h"
 #include "multilayer/io/container.h"
 #include "tool/files.h"
-#include "tool/scan.h"
 
 namespace multilayer::tool {
+
+struct FileReport;
 
 inline constexpr const char* kLum = ".lumcoeff";
 inline constexpr const char* kChroma = ".chromacoeff";

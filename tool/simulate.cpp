@@ -66,9 +66,13 @@ std::vector<NamedPart> Divide(const SimulateOptions& options) {
       ParseGrid("--partitions", options.partitions, {options.width, options.height},
                 "no more than the screen has LEDs");
   const size_t digits = std::to_string(std::max(cols, rows) - 1).size();
-  const auto name = [digits](int32_t n) {
-    const std::string text = std::to_string(n);
-    return std::string(digits - text.size(), '0') + text;
+  const auto name = [digits](int32_t row, int32_t col) {
+    std::string text = "p";
+    for (const int32_t n : {row, col}) {
+      const std::string number = std::to_string(n);
+      text.append(digits - number.size(), '0').append(number);
+    }
+    return text;
   };
   const auto edge = [](int32_t size, int32_t i, int32_t n) {
     return static_cast<int32_t>(int64_t{size} * i / n);
@@ -78,7 +82,7 @@ std::vector<NamedPart> Divide(const SimulateOptions& options) {
     for (int32_t col = 0; col < cols; ++col) {
       const int32_t x = edge(options.width, col, cols);
       const int32_t y = edge(options.height, row, rows);
-      parts.push_back({std::string("p") + name(row) + name(col),
+      parts.push_back({name(row, col),
                        {x, y, edge(options.width, col + 1, cols) - x,
                         edge(options.height, row + 1, rows) - y, options.width, options.height}});
     }
@@ -184,55 +188,53 @@ void RunSimulate(const SimulateOptions& options) {
 
 }  // namespace
 
-Subcommand AddSimulate(CLI::App& app) {
-  CLI::App* simulate = app.add_subcommand("simulate", "Write the measurements of a simulated wall");
+void AddSimulate(CommandLine& line) {
   auto options = std::make_shared<SimulateOptions>();
-  simulate->add_option("folder", options->folder, "Where the job goes")
-      ->required()
-      ->type_name("FOLDER");
-  simulate->add_option("--width", options->width, "Columns of the screen, LEDs")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 32768));
-  simulate->add_option("--height", options->height, "Rows of the screen, LEDs")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 32768));
-  simulate->add_option("--partitions", options->partitions, "COLUMNSxROWS of partitions")
-      ->capture_default_str()
-      ->type_name("CxR");
+  const Subcommand simulate = line.Add("simulate", "Write the measurements of a simulated wall",
+                                       [options] { RunSimulate(*options); });
+  simulate.Add("folder", options->folder, "Where the job goes").Required().Named("FOLDER");
+  simulate.Add("--width", options->width, "Columns of the screen, LEDs")
+      .ShowDefault()
+      .Within(1, 32768);
+  simulate.Add("--height", options->height, "Rows of the screen, LEDs")
+      .ShowDefault()
+      .Within(1, 32768);
+  simulate.Add("--partitions", options->partitions, "COLUMNSxROWS of partitions")
+      .ShowDefault()
+      .Named("CxR");
   simulate
-      ->add_option("--shots", options->shots,
-                   "COLUMNSxROWS of the shots that one measurement is accumulated from, 16 at most "
-                   "each; the measurements are the same")
-      ->capture_default_str()
-      ->type_name("CxR");
-  simulate->add_flag("--primaries", options->primaries,
-                     "Also measure X, Y and Z of each primary, at the highest level");
-  simulate->add_option("--levels", options->levels, "Gray levels to photograph, 1 to 255")
-      ->delimiter(',')
-      ->capture_default_str();
-  simulate->add_option("--bit-width", options->bit_width, "Bits of the coefficient positions")
-      ->capture_default_str()
-      ->check(CLI::Range(16, 24));
-  simulate->add_option("--coef-layers", options->coef_layers,
-                       "Coefficient layers; as many as levels when not given");
-  simulate->add_option("--gamma", options->gamma, "Exponent of the display's gamma curve")
-      ->capture_default_str()
-      ->check(CLI::Range(0.1, 10.0));
+      .Add("--shots", options->shots,
+           "COLUMNSxROWS of the shots that one measurement is accumulated from, 16 at most "
+           "each; the measurements are the same")
+      .ShowDefault()
+      .Named("CxR");
+  simulate.AddFlag("--primaries", options->primaries,
+                   "Also measure X, Y and Z of each primary, at the highest level");
+  simulate.Add("--levels", options->levels, "Gray levels to photograph, 1 to 255")
+      .SplitAtCommas()
+      .ShowDefault();
+  simulate.Add("--bit-width", options->bit_width, "Bits of the coefficient positions")
+      .ShowDefault()
+      .Within(16, 24);
+  simulate.Add("--coef-layers", options->coef_layers,
+               "Coefficient layers; as many as levels when not given");
+  simulate.Add("--gamma", options->gamma, "Exponent of the display's gamma curve")
+      .ShowDefault()
+      .Within(0.1, 10.0);
   simulate
-      ->add_option("--electrons", options->electrons,
-                   "Electrons of an LED in a photograph: noise 1 / sqrt(electrons)")
-      ->capture_default_str()
-      ->check(CLI::Range(100.0, 1e12));
-  simulate->add_option("--seed", options->seed, "Another seed, another wall and other noise")
-      ->capture_default_str()
-      ->check(CLI::Range(uint64_t{0}, uint64_t{9000000000000000000}));
-  simulate->add_flag("--force", options->force, "Overwrite an earlier simulated job");
-  simulate->footer(
+      .Add("--electrons", options->electrons,
+           "Electrons of an LED in a photograph: noise 1 / sqrt(electrons)")
+      .ShowDefault()
+      .Within(100.0, 1e12);
+  simulate.Add("--seed", options->seed, "Another seed, another wall and other noise")
+      .ShowDefault()
+      .Within(uint64_t{0}, uint64_t{9000000000000000000});
+  simulate.AddFlag("--force", options->force, "Overwrite an earlier simulated job");
+  simulate.Footer(
       "Writes FOLDER/wall.toml, one .meter file per partition, primary and level, and\n"
       "FOLDER/truth.toml, which only verify looks at. With --primaries, also\n"
       "FOLDER/PARTITION_COLOR_PLANE_LEVEL.meter for the planes x, y and z.\n\nExample:\n"
       "  multilayer simulate demo --width 320 --height 180 --partitions 3x2 --seed 7");
-  return {simulate, [options] { RunSimulate(*options); }};
 }
 
 }  // namespace multilayer::tool

@@ -254,28 +254,27 @@ void RunVerify(const VerifyOptions& options) {
 
 }  // namespace
 
-Subcommand AddVerify(CLI::App& app) {
-  CLI::App* verify = app.add_subcommand(
-      "verify", "Show the corrected simulated wall to the camera, and judge how even it is");
+void AddVerify(CommandLine& line) {
   auto options = std::make_shared<VerifyOptions>();
-  verify->add_option("job", options->job, "The job file")->required()->type_name("wall.toml");
+  const Subcommand verify = line.Add(
+      "verify", "Show the corrected simulated wall to the camera, and judge how even it is",
+      [options] { RunVerify(*options); });
+  verify.Add("job", options->job, "The job file").Required().Named("wall.toml");
   verify
-      ->add_option("--coefficients", options->coefficients,
-                   "Where calibrate put the coefficients [the job's folder]")
-      ->type_name("FOLDER");
+      .Add("--coefficients", options->coefficients,
+           "Where calibrate put the coefficients [the job's folder]")
+      .Named("FOLDER");
   verify
-      ->add_option("--levels", options->levels,
-                   "Gray levels to look at [captured ones, and those halfway between]")
-      ->delimiter(',');
-  verify->add_option("--shots", options->shots, "Photographs to average")
-      ->capture_default_str()
-      ->check(CLI::Range(1, 10000));
-  verify->add_flag("--json", options->json, "Print one JSON object");
-  verify->add_flag("--pictures", options->pictures,
-                   "Also write pictures of the wall, before and after, next to the coefficients");
-  verify->add_option("--picture-level", options->picture_level,
-                     "Gray level of the pictures [the middle captured one]");
-  verify->footer(
+      .Add("--levels", options->levels,
+           "Gray levels to look at [captured ones, and those halfway between]")
+      .SplitAtCommas();
+  verify.Add("--shots", options->shots, "Photographs to average").ShowDefault().Within(1, 10000);
+  verify.AddFlag("--json", options->json, "Print one JSON object");
+  verify.AddFlag("--pictures", options->pictures,
+                 "Also write pictures of the wall, before and after, next to the coefficients");
+  verify.Add("--picture-level", options->picture_level,
+             "Gray level of the pictures [the middle captured one]");
+  verify.Footer(
       "Prints, before and after the correction, for every level and primary of the whole wall:\n"
       "coefficient of variation (standard deviation / mean), max/min, spread from the 1st to the\n"
       "99th percentile, and the mean against the target; \"after\" stands beside each. Dead LEDs "
@@ -291,7 +290,6 @@ Subcommand AddVerify(CLI::App& app) {
       "neighbouring LEDs, and of the means of modules.\n\nExample:\n"
       "  multilayer verify demo/wall.toml --shots 64 --levels 64,128,255 --pictures\n"
       "  multilayer verify demo/wall.toml --coefficients demo/white --json");
-  return {verify, [options] { RunVerify(*options); }};
 }
 
 }  // namespace multilayer::tool
