@@ -8,6 +8,8 @@
 
 #include <sys/types.h>
 
+#include "multilayer/io/copy.h"
+
 namespace multilayer {
 namespace {
 
@@ -29,7 +31,7 @@ void ByteWriter::Bytes(const void* data, uint64_t size) {
   if (file_ != nullptr) {
     std::fwrite(data, 1, size, file_);
   } else if (memory_ != nullptr) {
-    std::memcpy(memory_ + size_, data, size);
+    Copy(memory_ + size_, data, size);
   }
   size_ += size;
 }
@@ -55,7 +57,7 @@ void ByteReader::Bytes(void* data, uint64_t size, uint64_t unit) {
     if (file_ != nullptr) {
       available = std::fread(data, 1, available, file_) / unit * unit;
     } else {
-      std::memcpy(data, memory_, available);
+      Copy(data, memory_, available);
       memory_ += available;
     }
   }
