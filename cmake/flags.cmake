@@ -12,6 +12,9 @@ if(MULTILAYER_SANITIZE)
   add_compile_options(-fsanitize=${MULTILAYER_SANITIZE} -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${MULTILAYER_SANITIZE})
+  add_compile_definitions(MULTILAYER_SANITIZED)
+  # clang puts its runtime into programs, not into libraries: one in C gets that of C++ too.
+  set(CMAKE_C_LINK_EXECUTABLE "${CMAKE_CXX_LINK_EXECUTABLE}")
   # For what calls the library, tests and the command: to optimise it takes longer than it then saves.
   set(MULTILAYER_CALLER_OPTIONS -O0)
 endif()

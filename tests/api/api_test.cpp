@@ -299,7 +299,7 @@ TEST_F(Api, FilesAndBuffersRestoreTheResult) {
 
 // What the host asks for may not exist.
 TEST_F(Api, RunningOutOfMemoryIsAStatusAndTheHandleStaysUsable) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef MULTILAYER_SANITIZED
   GTEST_SKIP() << "the sanitizer aborts on allocations it refuses";
 #endif
   LumParameters parameters;
