@@ -197,5 +197,31 @@ TEST_F(ScanTest, HostileSizesCostNothing) {
   EXPECT_THAT(ScanBytes("a.meter", bytes).problem, HasSubstr("more are due here"));
 }
 
+TEST_F(ScanTest, InfoTakesBinaryMatricesWhenTold) {
+  const std::string mark = "L";
+  const auto integers = [](std::initializer_list<int32_t> values) {
+    return std::string(reinterpret_cast<const char*>(values.begin()), 4 * values.size());
+  };
+  const std::tuple<std::string, int, const char*> cases[] = {
+      {mark + integers({0, 0, 0, 0}), 0, "empty"},
+      {mark + integers({2, 2, CV_8UC3, 3}) + std::string(12, '\x01'), 0, "CV_8UC3"},
+      {mark + integers({1, 1, CV_64FC1, 1}) + std::string(8, '\xFF'), 0, "sound"},
+      {mark + integers({1, 2, CV_16FC1, 1}) + std::string("\0\x3C\0\x40", 4), 0, "1.500000"},
+      {mark + integers({1, 1, CV_32FC1, 2}) + std::string(4, '\0'), 3,
+       "matrix.channels is 2: must be 1"},
+      {mark + integers({1, 1, 4096, 1}), 3, "matrix.type is 4096: must be 0 to 4095"},
+      {mark + integers({1, 1, CV_8UC1, 1}), 3, "the file ends after 17 bytes"},
+      {mark + integers({1, 1, CV_8UC1, 1}) + "ab", 3, "1 bytes follow the last field"},
+      {mark + integers({0, 3, 0, 0}), 3, "matrix.cols is 3: must be 0 in an empty matrix"},
+      {std::string("M").append(integers({0, 0, 0, 0})), 3, "byte-order mark is 77"},
+  };
+  for (const auto& [bytes, exit, text] : cases) {
+    WriteFile(folder_.path() / "m.bin", bytes);
+    const testing::Result result = testing::Run(folder_.path(), {"info", "--matrix", "m.bin"});
+    EXPECT_EQ(result.exit, exit) << text;
+    EXPECT_THAT(result.out, HasSubstr(text));
+  }
+}
+
 }  // namespace
 }  // namespace multilayer::tool
