@@ -1,3 +1,4 @@
+// Lists of numbers, and how an option is refused.
 #include "tool/arguments.h"
 
 #include <charconv>

@@ -1,3 +1,4 @@
+// The one source that knows the parser.
 #include "tool/command_line.h"
 
 #include <cstdio>

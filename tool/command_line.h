@@ -1,5 +1,5 @@
 // Subcommands, their arguments and their help. Only one source knows the parser that stands behind
-// them: to compile its templates in each subcommand took half of the whole build.
+// them: to compile its templates in each subcommand took two fifths of the command's build.
 #pragma once
 
 #include <cstdint>
@@ -71,6 +71,7 @@ class Subcommand {
 
 class CommandLine {
  public:
+  // `version`: without the name, which --version prints before it. `footer`: the end of the help.
   CommandLine(const std::string& name, const std::string& version, const std::string& description,
               const std::string& footer);
   ~CommandLine();

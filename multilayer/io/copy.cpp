@@ -1,3 +1,4 @@
+// Streaming stores where the processor has them; memcpy elsewhere.
 #include "multilayer/io/copy.h"
 
 #include <cstdint>

@@ -9,7 +9,7 @@ namespace multilayer {
 inline constexpr size_t kPastCaches = size_t{4} << 20;
 
 // As memcpy, but writes past the caches from kPastCaches bytes on: what is written is then not read
-// from memory first. The C library does so only from a size at which a plane of a wall rarely is.
+// from memory first. The C library does so too, but only for more than most planes of a wall have.
 void Copy(void* to, const void* from, size_t size);
 
 }  // namespace multilayer
